@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "foundation/text.h"
+
+namespace brimwarden::analysis {
+
+// A line of the explanation of an answer, as people read it. The depth is data and the text carries no blanks for it:
+// the client chooses how to show it.
+struct trace_line {
+    std::uint32_t indent;      // 0 for a heading or an empty line, 1 below a heading, more in the tree of parts
+    tackle::wstring_view text; // into the trace; good until the trace changes or ends
+};
+
+// The lines of one operation. Blocks open with a heading that ends in a colon, and whoever opens a block that is not
+// the first writes an empty line before it; open_block does both. All text lies in one buffer, so that the trace of a
+// message with a million parts costs no million allocations.
+class trace_list {
+public:
+    // One line, even if the text holds line ends.
+    void append(std::uint32_t indent, tackle::wstring_view text);
+    // An empty line and the heading.
+    void open_block(tackle::wstring_view heading);
+
+    [[nodiscard]] std::size_t size() const { return ends_.size(); }
+    [[nodiscard]] bool empty() const { return ends_.empty(); }
+    // In constant time; index has to be below size().
+    [[nodiscard]] trace_line operator[](std::size_t index) const;
+
+private:
+    struct line_end {
+        std::size_t end; // behind the line's last unit in text_
+        std::uint32_t indent;
+    };
+    tackle::wstring text_;
+    std::vector<line_end> ends_;
+};
+
+} // namespace brimwarden::analysis
