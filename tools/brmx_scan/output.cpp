@@ -1,0 +1,163 @@
+#include "tools/brmx_scan/output.h"
+
+#include <cstdio>
+
+namespace brmx_scan {
+
+namespace {
+
+constexpr char32_t replacement = 0xFFFD;
+
+bool is_high(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+bool is_low(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+// Takes one character off the front of `text`; a lone surrogate comes back as it is.
+char32_t take_character(std::u16string_view& text) {
+    const char16_t first = text[0];
+    if (is_high(first) && text.size() > 1 && is_low(text[1])) {
+        const char32_t character = 0x10000 + ((first & 0x3FFu) << 10) + (text[1] & 0x3FFu);
+        text.remove_prefix(2);
+        return character;
+    }
+    text.remove_prefix(1);
+    return first;
+}
+
+void append_utf8(std::string& out, char32_t character) {
+    const auto trail = [&](int shift) { out += static_cast<char>(0x80 | ((character >> shift) & 0x3F)); };
+    if (character < 0x80) {
+        out += static_cast<char>(character);
+    } else if (character < 0x800) {
+        out += static_cast<char>(0xC0 | (character >> 6));
+        trail(0);
+    } else if (character < 0x10000) {
+        out += static_cast<char>(0xE0 | (character >> 12));
+        trail(6);
+        trail(0);
+    } else {
+        out += static_cast<char>(0xF0 | (character >> 18));
+        trail(12);
+        trail(6);
+        trail(0);
+    }
+}
+
+bool is_surrogate(char32_t character) { return character >= 0xD800 && character <= 0xDFFF; }
+bool is_control(char32_t character) { return character < 0x20 || (character >= 0x7F && character < 0xA0); }
+
+void append_escape(std::string& out, char32_t unit) {
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(unit));
+    out += escape;
+}
+
+void append_json(std::string& out, std::u16string_view text) {
+    out += '"';
+    while (!text.empty()) {
+        const char32_t character = take_character(text);
+        if (character == '"' || character == '\\') {
+            out += '\\';
+            out += static_cast<char>(character);
+        } else if (is_control(character) || is_surrogate(character)) {
+            append_escape(out, character); // a lone surrogate has no UTF-8, and its escape keeps the unit
+        } else {
+            append_utf8(out, character);
+        }
+    }
+    out += '"';
+}
+
+// The length of the well-formed UTF-8 sequence at the front, 0 if there is none.
+std::size_t sequence_length(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned first = byte(0);
+    if (first < 0x80)
+        return 1;
+    const std::size_t length = first >= 0xC2 && first < 0xE0   ? 2
+                               : first >= 0xE0 && first < 0xF0 ? 3
+                               : first >= 0xF0 && first < 0xF5 ? 4
+                                                               : 0;
+    if (length == 0 || text.size() < length)
+        return 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return 0;
+    }
+    const unsigned second = byte(1);
+    const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+    const bool outside = (first == 0xED && second >= 0xA0) || (first == 0xF4 && second >= 0x90);
+    return overlong || outside ? 0 : length;
+}
+
+// File names are bytes on some systems; what is no UTF-8 is replaced, as JSON has no way to carry it.
+void append_json_bytes(std::string& out, std::string_view text) {
+    out += '"';
+    while (!text.empty()) {
+        const std::size_t length = sequence_length(text);
+        const auto first = static_cast<unsigned char>(text[0]);
+        if (length == 0) {
+            append_utf8(out, replacement);
+        } else if (first == '"' || first == '\\') {
+            out += '\\';
+            out += text[0];
+        } else if (is_control(first)) {
+            append_escape(out, first);
+        } else {
+            out += text.substr(0, length);
+        }
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    out += '"';
+}
+
+} // namespace
+
+std::string printable(std::u16string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const char32_t character = take_character(text);
+        append_utf8(out, is_surrogate(character) ? replacement : is_control(character) ? U' ' : character);
+    }
+    return out;
+}
+
+std::string plain_report(const report& shown, bool with_trace) {
+    if (!shown.result.probability)
+        return {};
+    char number[16];
+    std::snprintf(number, sizeof number, "%3d ", *shown.result.probability);
+    std::string out = number + shown.file + '\n';
+    if (!with_trace)
+        return out;
+    for (const auto& line : shown.result.trace) {
+        if (!line.text.empty())
+            out.append(4 * (line.indent + 1), ' ');
+        out += printable(line.text) + '\n';
+    }
+    return out + '\n';
+}
+
+std::string json_report(const report& shown) {
+    std::string out = "{\"file\": ";
+    append_json_bytes(out, shown.file);
+    if (!shown.error.empty()) {
+        out += ", \"status\": null, \"status_name\": null, \"probability\": null, \"trace\": [], \"error\": ";
+        append_json_bytes(out, shown.error);
+        return out + "}\n";
+    }
+    out += ", \"status\": " + std::to_string(static_cast<std::uint32_t>(shown.result.status)) +
+           ", \"status_name\": \"" + status_name(shown.result.status) + "\", \"probability\": ";
+    out += shown.result.probability ? std::to_string(*shown.result.probability) : "null";
+    out += ", \"trace\": [";
+    const char* separator = "";
+    for (const auto& line : shown.result.trace) {
+        out += separator;
+        out += '[' + std::to_string(line.indent) + ", ";
+        append_json(out, line.text);
+        out += ']';
+        separator = ", ";
+    }
+    return out + "]}\n";
+}
+
+} // namespace brmx_scan

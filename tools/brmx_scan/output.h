@@ -1,0 +1,25 @@
+#pragma once
+
+#include "tools/brmx_scan/engine.h"
+
+#include <string>
+#include <string_view>
+
+namespace brmx_scan {
+
+// The message as it is shown: its name, and either a result or the reason why it could not be read.
+struct report {
+    std::string file;
+    scan_result result;
+    std::string error; // empty unless the message could not be read
+};
+
+// UTF-8 for people: lone surrogates become U+FFFD, and control characters blanks, as a trace quotes what a spammer
+// wrote and a terminal obeys it.
+[[nodiscard]] std::string printable(std::u16string_view text);
+
+// Complete lines, the last one's end included.
+[[nodiscard]] std::string plain_report(const report& shown, bool with_trace);
+[[nodiscard]] std::string json_report(const report& shown);
+
+} // namespace brmx_scan

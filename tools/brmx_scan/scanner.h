@@ -1,0 +1,19 @@
+#pragma once
+
+#include "tools/brmx_scan/engine.h"
+#include "tools/brmx_scan/options.h"
+#include "tools/brmx_scan/output.h"
+#include "tools/brmx_scan/sources.h"
+
+#include <functional>
+#include <vector>
+
+namespace brmx_scan {
+
+// Scans the sources with `jobs` threads and hands the reports to `show` in the order of the sources, one at a time, so
+// that the number of threads cannot be seen in the output. Threads that run ahead of a slow message wait: what is done
+// and not yet shown stays within a few messages a thread.
+void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, bool with_trace,
+              const std::function<void(const report&)>& show);
+
+} // namespace brmx_scan
