@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace tackle::platform {
+
+// The full file name of the program that this process runs, in the system's own bytes; empty if the system won't tell.
+// Longer names come cut to 260 bytes.
+[[nodiscard]] std::string process_file_name();
+
+} // namespace tackle::platform
