@@ -3,6 +3,7 @@
 #include "foundation/text.h"
 
 #include <cstddef>
+#include <utility>
 
 namespace tackle {
 
