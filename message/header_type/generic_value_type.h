@@ -1,0 +1,51 @@
+#pragma once
+
+#include "foundation/text.h"
+
+#include <cstdint>
+
+namespace tackle::internet::message2::header_type {
+
+// Root of the value types: an object of the type that suits a field is handed to part::get_header, which fills it from
+// the raw value. There is no table of field names, the caller chooses. A value may be parsed again: parse forgets the
+// rest, but the charset stays.
+//
+// Malformed structure never fails. Text can: parse throws unicode::generic for bytes that a charset can't map, and
+// coding::translate::invalid_codeword for a "Q" word with a bad hexadecimal pair. The value then holds what came before
+// that text.
+class generic_value_type {
+public:
+    virtual ~generic_value_type() = default;
+
+    // The value as it is written into a message. Throws unicode::generic if it does not fit the charset.
+    [[nodiscard]] virtual string render() const = 0;
+    virtual void parse(string_view raw) = 0;
+
+    // The character set that unencoded 8-bit text is read with and non-ASCII text is encoded with. An encoded word
+    // sets it to its own, for all that follows: the rest of the value, later values, rendering.
+    [[nodiscard]] const string& charset() const noexcept { return charset_; }
+
+protected:
+    generic_value_type() = default; // "iso-8859-1"
+    explicit generic_value_type(string_view charset) { set_charset(charset); }
+    generic_value_type(const generic_value_type&) = default;
+    generic_value_type& operator=(const generic_value_type&) = default;
+
+    void set_charset(string_view charset);
+
+    enum class last_blanks { drop, keep };
+    // The text of a raw value with its encoded words decoded. White space between two of them disappears, any other is
+    // kept to the blank; that at the very end goes by `blanks`.
+    [[nodiscard]] wstring decode_words(string_view raw, last_blanks blanks);
+    // The text for a message: itself if it is ASCII, else one encoded word of whatever length, the shorter of "Q" and
+    // "B".
+    [[nodiscard]] string encode_word(wstring_view text) const;
+
+private:
+    bool decode_word(string_view piece, wstring& out);
+
+    string charset_ = "iso-8859-1";
+    std::uint32_t code_page_ = 28591; // that of charset_; looked up once a charset, not once a word
+};
+
+} // namespace tackle::internet::message2::header_type

@@ -1,0 +1,131 @@
+#pragma once
+
+#include "message/errors.h"
+#include "message/header_field.h"
+#include "message/header_type/generic_value_type.h"
+
+#include <list>
+#include <memory>
+#include <vector>
+
+namespace tackle::internet::message2 {
+
+// The body of a part.
+struct part_content {
+    string content_type = "text/plain"; // lower case; not trimmed, so a blank before a semicolon stays
+    string charset = "iso-8859-1";      // lower case, as the message spells it
+    wstring text;                       // empty until part::text or part::set_text fills it
+    string data;                        // without its transfer encoding; text lines end in CR LF
+};
+
+struct attachment_info {
+    bool is_attachment = false;
+    wstring filename; // empty if there is none
+};
+
+// One node of a message: the message itself is the root part, and each part owns its whole subtree. A part is complete
+// when its constructor returns; one that throws leaves nothing behind. No locks: one thread at a time for a whole tree,
+// and text() changes the part even in reading.
+//
+// The loader takes whatever there is. A part with a boundary is split whatever its type, a missing closing line is the
+// end of the message, missing headers have defaults, CR and LF and both pairs of them end a line, a NUL is a byte like
+// any other, lines have no limit. What stands before the first delimiter is the part's own data, what stands behind the
+// closing line is dropped. Uuencoded files in a text become children, and so does a message attached as an .eml file.
+// Parsing takes time in proportion to the message, whatever it holds, and recurses only from depth to depth.
+//
+// Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type that can't be decoded
+// unicode::generic or coding::translate::invalid_codeword. Nothing else in a message makes it fail: an unreadable
+// Content-Transfer-Encoding counts as absent, an unreadable attachment name as none.
+class part {
+public:
+    // A child is parsed only by a part less deep than this; the root has depth 0.
+    static constexpr unsigned deepest = 64;
+
+    // A new part with the defaults of part_content, a Content-Type that says so, and quoted-printable as encoding.
+    part();
+    // Parses a whole message. The bytes are not needed afterwards.
+    explicit part(string_view message);
+    // Reads a file and parses it. load_failed says "file not found" for whatever keeps it from being opened.
+    explicit part(wstring_view path);
+    // Parses a message given as lines without their ends; no line at all is a message without a body. A line end
+    // inside a line ends it there all the same.
+    explicit part(const std::list<string>& lines);
+    part(std::list<string>::const_iterator lines_begin, std::list<string>::const_iterator lines_end);
+    // Deep.
+    part(const part& other);
+    part& operator=(const part& other);
+    part(part&& other) noexcept = default;
+    part& operator=(part&& other) noexcept = default;
+    ~part() = default;
+
+    [[nodiscard]] const header_list& headers() const noexcept { return headers_; }
+    // The last Content-Type field decided type, charset and boundary, while get_header answers the first.
+    [[nodiscard]] const part_content& content() const noexcept { return content_; }
+    [[nodiscard]] part_content& content() noexcept { return content_; }
+    [[nodiscard]] const string& content_type() const noexcept { return content_.content_type; }
+    [[nodiscard]] const string& charset() const noexcept { return content_.charset; }
+    [[nodiscard]] const string& data() const noexcept { return content_.data; }
+    // As it stood, case kept; empty if there is none.
+    [[nodiscard]] const string& boundary() const noexcept { return boundary_; }
+    [[nodiscard]] const std::vector<std::unique_ptr<part>>& children() const noexcept { return children_; }
+
+    // Gives the raw value of the first field of that name, case ignored, to `value`, which may throw in parsing it.
+    // False if there is none; `value` is then left alone.
+    bool get_header(string_view name, header_type::generic_value_type& value) const;
+    bool get_header(string_view name, string& raw) const;
+    void add_header(string_view name, const header_type::generic_value_type& value);
+    void add_header(string_view name, string_view raw);
+    // All of that name, case ignored.
+    void remove_headers(string_view name);
+
+    // The data as text of the part's charset, converted when first asked for. Throws unicode::generic and stays
+    // unconverted.
+    const wstring& text();
+    // The same in a code page. Throws unicode::generic if it does not fit.
+    [[nodiscard]] string text_in(std::uint32_t code_page);
+    // Sets text and data. Throws unicode::generic, before anything is changed, if the part's charset can't hold it.
+    void set_text(wstring_view text);
+    void set_text(string_view text, std::uint32_t code_page);
+
+    // The first Content-Transfer-Encoding in lower case; empty if there is none, or one that can't be read.
+    [[nodiscard]] string transfer_encoding() const;
+
+    // Whether this is a file rather than text to show, and its name. Judged by the part's type, which may have changed
+    // since its header was read; a Content-Disposition overrules that either way. Throws unicode::generic or
+    // coding::translate::generic for a field that can't be read.
+    [[nodiscard]] message2::attachment_info attachment_info() const;
+
+    // Appends to `out` this part and those below it whose type starts with `type_prefix` (case ignored), breadth
+    // first. With `skip_nested` a part of the type "message/rfc822" is passed over with all below it, also this one.
+    void find_parts(std::vector<part*>& out, bool skip_nested, string_view type_prefix);
+    void find_parts(std::vector<const part*>& out, bool skip_nested, string_view type_prefix) const;
+    // The part to show to a reader, or null. Below each multipart in turn, and below this part at last: HTML that is
+    // no attachment, plain text that is none, any HTML, any plain text. Attached messages are not looked into.
+    [[nodiscard]] part* find_displayable();
+    [[nodiscard]] const part* find_displayable() const;
+
+    // The lines of the message that this part is now, without their ends. No faithful copy of what was loaded: the
+    // Content-Type follows the model, bodies are encoded anew. Throws unicode::generic for a Content-Type that can't
+    // be written, or one that can't be read, as get_header.
+    [[nodiscard]] std::vector<string> render() const;
+    void render(std::vector<string>& lines) const;
+    // The same lines as one text, each followed by CR LF.
+    [[nodiscard]] string render_text() const;
+    // Writes that text to a file, over whatever stands there. Throws load_failed, "file cannot be created", although
+    // this is no loading, and save_failed, "write failed"; the part itself stays as it is.
+    void save(wstring_view path) const;
+
+private:
+    friend class tree_loader; // fills a part that was made bare
+    struct bare {};
+    explicit part(bare) noexcept {}
+
+    void apply_content_type(string_view raw);
+
+    header_list headers_;
+    part_content content_;
+    string boundary_;
+    std::vector<std::unique_ptr<part>> children_;
+};
+
+} // namespace tackle::internet::message2
