@@ -56,8 +56,7 @@ public:
         open = status == status_ok;
     }
     ~session() {
-        if (open)
-            BRMX_Session_Destroy(handle);
+        if (open) BRMX_Session_Destroy(handle);
     }
     session(const session&) = delete;
     session& operator=(const session&) = delete;
@@ -73,8 +72,7 @@ public:
                 buffer.resize(length);
                 status = BRMX_Session_GetLastTrace(handle, line, &indent, buffer.data(), &length);
             }
-            if (status != status_ok)
-                return lines;
+            if (status != status_ok) return lines;
             lines.push_back({indent, to_units(buffer, length)});
         }
     }
@@ -89,8 +87,7 @@ private:
 
 engine::engine() {
     const auto status = BRMX_Engine_Initialize();
-    if (status != status_ok)
-        throw std::runtime_error(std::string("the engine did not start: ") + status_name(status));
+    if (status != status_ok) throw std::runtime_error(std::string("the engine did not start: ") + status_name(status));
 }
 
 engine::~engine() { BRMX_Engine_Shutdown(); }
@@ -98,15 +95,12 @@ engine::~engine() { BRMX_Engine_Shutdown(); }
 scan_result engine::scan(const std::string& message, bool with_trace) const {
     scan_result result;
     const session opened(message, result.status);
-    if (result.status != status_ok)
-        return result;
+    if (result.status != status_ok) return result;
     std::int32_t probability = 0;
     result.status = BRMX_Spam_GetProbability(opened.handle, 0, &probability);
-    if (!has_probability(result.status))
-        return result;
+    if (!has_probability(result.status)) return result;
     result.probability = probability;
-    if (with_trace)
-        result.trace = opened.read_trace();
+    if (with_trace) result.trace = opened.read_trace();
     return result;
 }
 
@@ -121,8 +115,7 @@ std::string version_text() {
     auto version_length = static_cast<std::uint32_t>(version.size());
     auto build_length = static_cast<std::uint32_t>(build.size());
     const auto status = BRMX_Engine_GetVersion(version.data(), &version_length, build.data(), &build_length);
-    if (status != status_ok)
-        return status_name(status);
+    if (status != status_ok) return status_name(status);
     const auto narrow = [](const std::basic_string<brmx_char>& text, std::uint32_t length) {
         std::string result;
         for (std::uint32_t i = 0; i < length; ++i)

@@ -20,16 +20,14 @@ public:
     void step() {
         ++done_;
         const auto now = clock::now();
-        if (!wanted_ || now < next_)
-            return;
+        if (!wanted_ || now < next_) return;
         next_ = now + std::chrono::milliseconds(200);
         std::fprintf(stderr, "\r%zu of %zu messages", done_, total_);
         visible_ = true;
     }
 
     void clear() {
-        if (visible_)
-            std::fputs("\r\x1b[K", stderr);
+        if (visible_) std::fputs("\r\x1b[K", stderr);
         visible_ = false;
     }
 

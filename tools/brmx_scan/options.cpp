@@ -49,8 +49,7 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
             values.version = true;
         } else if (argument == "--jobs" || argument.starts_with("--jobs=")) {
             const bool joined = argument != "--jobs";
-            if (!joined && i + 1 == arguments.size())
-                return {{}, "--jobs needs a number behind it"};
+            if (!joined && i + 1 == arguments.size()) return {{}, "--jobs needs a number behind it"};
             const std::string_view number = joined ? argument.substr(7) : std::string_view(arguments[++i]);
             if (!read_jobs(number, values.jobs)) {
                 return {{}, "--jobs takes a number from 1 to 1024, not \"" + std::string(number) + "\""};
@@ -59,8 +58,7 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
             return {{}, "unknown option \"" + std::string(argument) + "\""};
         }
     }
-    if (values.paths.empty() && !values.help && !values.version)
-        result.error = "no message given";
+    if (values.paths.empty() && !values.help && !values.version) result.error = "no message given";
     return result;
 }
 

@@ -71,17 +71,14 @@ void append_json(std::string& out, std::u16string_view text) {
 std::size_t sequence_length(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned first = byte(0);
-    if (first < 0x80)
-        return 1;
+    if (first < 0x80) return 1;
     const std::size_t length = first >= 0xC2 && first < 0xE0   ? 2
                                : first >= 0xE0 && first < 0xF0 ? 3
                                : first >= 0xF0 && first < 0xF5 ? 4
                                                                : 0;
-    if (length == 0 || text.size() < length)
-        return 0;
+    if (length == 0 || text.size() < length) return 0;
     for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80)
-            return 0;
+        if ((byte(i) & 0xC0) != 0x80) return 0;
     }
     const unsigned second = byte(1);
     const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
@@ -122,16 +119,13 @@ std::string printable(std::u16string_view text) {
 }
 
 std::string plain_report(const report& shown, bool with_trace) {
-    if (!shown.result.probability)
-        return {};
+    if (!shown.result.probability) return {};
     char number[16];
     std::snprintf(number, sizeof number, "%3d ", *shown.result.probability);
     std::string out = number + shown.file + '\n';
-    if (!with_trace)
-        return out;
+    if (!with_trace) return out;
     for (const auto& line : shown.result.trace) {
-        if (!line.text.empty())
-            out.append(4 * (line.indent + 1), ' ');
+        if (!line.text.empty()) out.append(4 * (line.indent + 1), ' ');
         out += printable(line.text) + '\n';
     }
     return out + '\n';

@@ -14,13 +14,11 @@ namespace {
 
 report scan_one(const engine& scanner, const source& from, bool with_trace) {
     report made{from.name, {}, from.error};
-    if (!made.error.empty())
-        return made;
+    if (!made.error.empty()) return made;
     try {
         std::string content;
         made.error = read_source(from.name, content);
-        if (made.error.empty())
-            made.result = scanner.scan(content, with_trace);
+        if (made.error.empty()) made.result = scanner.scan(content, with_trace);
     } catch (const std::bad_alloc&) {
         made = {from.name, {}, "not enough memory"};
     }
@@ -36,8 +34,7 @@ public:
     bool take(std::size_t& index) {
         std::unique_lock lock(mutex_);
         room_.wait(lock, [&] { return stopped_ || next_ == total_ || next_ < shown_ + ahead_; });
-        if (stopped_ || next_ == total_)
-            return false;
+        if (stopped_ || next_ == total_) return false;
         index = next_++;
         return true;
     }

@@ -37,8 +37,7 @@ void list_directory(const fs::path& top, std::vector<source>& out) {
                 out.push_back({name_of(entry->path()), {}});
             }
         }
-        if (failure)
-            out.push_back({name_of(directory), failure.message()});
+        if (failure) out.push_back({name_of(directory), failure.message()});
     }
 }
 
@@ -50,12 +49,9 @@ std::string read_stream(std::istream& in, std::string& content) {
     for (;;) {
         in.read(block, sizeof block);
         content.append(block, static_cast<std::size_t>(in.gcount()));
-        if (content.size() > largest_message)
-            return "larger than 4 GiB";
-        if (in.bad())
-            return "cannot be read";
-        if (!in)
-            return {};
+        if (content.size() > largest_message) return "larger than 4 GiB";
+        if (in.bad()) return "cannot be read";
+        if (!in) return {};
     }
 }
 
@@ -79,8 +75,7 @@ std::vector<source> list_sources(const std::vector<std::string>& paths) {
 
 std::string read_source(const std::string& name, std::string& content) {
     content.clear();
-    if (name == "-")
-        return read_stream(std::cin, content);
+    if (name == "-") return read_stream(std::cin, content);
     errno = 0;
     std::ifstream file(path_of(name), std::ios::binary);
     if (!file) return errno != 0 ? std::generic_category().message(errno) : "cannot be opened";
