@@ -17,13 +17,13 @@ namespace tackle::coding::translate {
 
 class generic : public exception {
 public:
-    explicit generic(const string& text);
+    explicit generic(const string& text) : exception(text) { append_code("translate"); }
 };
 
 // The text is "Invalid Codeword 0x%.2X" with the byte widened as a signed one: 0x23, but 0xFFFFFFE4.
 class invalid_codeword : public generic {
 public:
-    explicit invalid_codeword(const string& text);
+    explicit invalid_codeword(const string& text) : generic(text) { append_code("invalid_codeword"); }
 };
 
 // What each input byte means to a decoder: the value of a digit, or one of the two below.
