@@ -1,0 +1,13 @@
+#include "platform/process.h"
+
+#include <windows.h>
+
+namespace tackle::platform {
+
+std::string process_file_name() {
+    char name[260];
+    const DWORD length = GetModuleFileNameA(nullptr, name, sizeof name);
+    return {name, length};
+}
+
+} // namespace tackle::platform
