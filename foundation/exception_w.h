@@ -32,7 +32,7 @@ protected:
     void append_code_w(const char16_t* word);
 
 private:
-    void make_narrow() const;
+    void make_narrow() const noexcept;
 
     mutable wstring what_text_w_;
     wstring message_w_;

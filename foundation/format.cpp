@@ -44,16 +44,13 @@ public:
         out.reserve(out.size() + static_cast<std::size_t>(stop - fmt) + 16 * static_cast<std::size_t>(end - next));
         while (fmt != stop) {
             const unit* percent = traits::find(fmt, static_cast<std::size_t>(stop - fmt), unit('%'));
-            if (percent == nullptr)
-                percent = stop;
+            if (percent == nullptr) percent = stop;
             out.append(fmt, percent);
-            if (percent == stop)
-                return;
+            if (percent == stop) return;
             conversion how;
             fmt = parse(percent + 1, how);
             if (how.letter == 0) {
-                if (fmt != stop)
-                    ++fmt; // the unknown letter; nothing behind a cut off conversion
+                if (fmt != stop) ++fmt; // the unknown letter; nothing behind a cut off conversion
                 out.append(percent, fmt);
             } else if (how.letter == '%') {
                 out += unit('%');
@@ -92,8 +89,7 @@ private:
         at = skip_length(at);
         constexpr std::string_view letters = "diuoxXfFeEgGcsp%";
         const auto found = *at != 0 && *at < 128 ? letters.find(static_cast<char>(*at)) : letters.npos;
-        if (found == letters.npos)
-            return at;
+        if (found == letters.npos) return at;
         how.letter = letters[found];
         return at + 1;
     }
@@ -122,8 +118,7 @@ private:
             ++at;
         if (*at == unit('I')) {
             ++at;
-            if ((at[0] == unit('6') && at[1] == unit('4')) || (at[0] == unit('3') && at[1] == unit('2')))
-                at += 2;
+            if ((at[0] == unit('6') && at[1] == unit('4')) || (at[0] == unit('3') && at[1] == unit('2'))) at += 2;
         }
         return at;
     }
@@ -138,8 +133,7 @@ private:
         default:
             break;
         }
-        if (is_text)
-            return print_text(value, how);
+        if (is_text) return print_text(value, how);
         switch (how.letter) {
         case 'c':
             return print_unit(static_cast<unit>(as_unsigned(value)), how);
@@ -160,12 +154,9 @@ private:
 
     static std::int64_t as_signed(const argument<unit>& value) {
         if (value.kind == argument_kind::floating) {
-            if (std::isnan(value.floating))
-                return 0;
-            if (value.floating >= 0x1p63)
-                return INT64_MAX;
-            if (value.floating < -0x1p63)
-                return INT64_MIN;
+            if (std::isnan(value.floating)) return 0;
+            if (value.floating >= 0x1p63) return INT64_MAX;
+            if (value.floating < -0x1p63) return INT64_MIN;
             return static_cast<std::int64_t>(value.floating);
         }
         const std::uint64_t raw = as_unsigned(value);
@@ -224,23 +215,18 @@ private:
                 length = traits::length(text);
             }
         }
-        if (how.has_precision)
-            length = std::min(length, how.precision);
+        if (how.has_precision) length = std::min(length, how.precision);
         const std::size_t padding = how.width > length ? how.width - length : 0;
-        if (!how.left)
-            out.append(padding, unit(' '));
+        if (!how.left) out.append(padding, unit(' '));
         out.append(text, length);
-        if (how.left)
-            out.append(padding, unit(' '));
+        if (how.left) out.append(padding, unit(' '));
     }
 
     void print_unit(unit value, const conversion& how) {
         const std::size_t padding = how.width > 1 ? how.width - 1 : 0;
-        if (!how.left)
-            out.append(padding, unit(' '));
+        if (!how.left) out.append(padding, unit(' '));
         out += value;
-        if (how.left)
-            out.append(padding, unit(' '));
+        if (how.left) out.append(padding, unit(' '));
     }
 
     // A value that is no text, under %s. A precision would mean something else to it, so it does not count.
@@ -278,32 +264,26 @@ private:
 
     void print_unsigned(std::uint64_t value, int base, const conversion& how) {
         std::string_view prefix;
-        if (how.alternative && base == 16 && value != 0)
-            prefix = how.letter == 'X' ? "0X" : "0x";
+        if (how.alternative && base == 16 && value != 0) prefix = how.letter == 'X' ? "0X" : "0x";
         print_integer(prefix, value, base, how);
     }
 
     void print_integer(std::string_view prefix, std::uint64_t value, int base, conversion how) {
         char digits[24];
         const auto done = std::to_chars(digits, std::end(digits), value, base);
-        if (how.letter == 'X')
-            to_upper(digits, done.ptr);
+        if (how.letter == 'X') to_upper(digits, done.ptr);
         number_text text{prefix, 0, {digits, done.ptr}};
         if (how.has_precision) {
             how.zero = false;
-            if (how.precision == 0 && value == 0)
-                text.digits = {};
-            if (how.precision > text.digits.size())
-                text.zeros = how.precision - text.digits.size();
+            if (how.precision == 0 && value == 0) text.digits = {};
+            if (how.precision > text.digits.size()) text.zeros = how.precision - text.digits.size();
         }
-        if (base == 8 && how.alternative && text.zeros == 0 && !text.digits.starts_with('0'))
-            text.zeros = 1;
+        if (base == 8 && how.alternative && text.zeros == 0 && !text.digits.starts_with('0')) text.zeros = 1;
         append(text, how);
     }
 
     void print_floating(double value, conversion how) {
-        if (!how.has_precision)
-            how.precision = 6;
+        if (!how.has_precision) how.precision = 6;
         const std::string_view prefix = sign(std::signbit(value), how);
         value = std::abs(value);
         if (!std::isfinite(value)) {
@@ -344,8 +324,7 @@ private:
             *exponent = '.';
             ++stop;
         }
-        if (large)
-            to_upper(digits, stop);
+        if (large) to_upper(digits, stop);
         return stop;
     }
 
@@ -353,32 +332,27 @@ private:
     static char* write_general_with_zeros(char* digits, char* room_end, double value, int precision) {
         char* const stop = std::to_chars(digits, room_end, value, std::chars_format::scientific, precision - 1).ptr;
         const char* power = std::find(digits, stop, 'e') + 1;
-        if (*power == '+')
-            ++power;
+        if (*power == '+') ++power;
         int exponent = 0;
         std::from_chars(power, stop, exponent);
-        if (exponent < -4 || exponent >= precision)
-            return stop;
+        if (exponent < -4 || exponent >= precision) return stop;
         return std::to_chars(digits, room_end, value, std::chars_format::fixed, precision - 1 - exponent).ptr;
     }
 
     static void to_upper(char* first, char* last) {
         for (; first != last; ++first)
-            if (*first >= 'a' && *first <= 'z')
-                *first = static_cast<char>(*first - 32);
+            if (*first >= 'a' && *first <= 'z') *first = static_cast<char>(*first - 32);
     }
 
     void append(const number_text& text, const conversion& how) {
         const std::size_t length = text.prefix.size() + text.zeros + text.digits.size();
         const std::size_t padding = how.width > length ? how.width - length : 0;
         const bool zeros = how.zero && !how.left;
-        if (!how.left && !zeros)
-            out.append(padding, unit(' '));
+        if (!how.left && !zeros) out.append(padding, unit(' '));
         out.append(text.prefix.begin(), text.prefix.end());
         out.append(text.zeros + (zeros ? padding : 0), unit('0'));
         out.append(text.digits.begin(), text.digits.end());
-        if (how.left)
-            out.append(padding, unit(' '));
+        if (how.left) out.append(padding, unit(' '));
     }
 
     std::basic_string<unit>& out;

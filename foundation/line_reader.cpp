@@ -17,8 +17,7 @@ void line_reader::append(string_view text) {
 
 bool line_reader::next_line(string& line) {
     if (position_ < buffer_.size() && pending_end_ != 0) {
-        if ((buffer_[position_] ^ pending_end_) == ('\r' ^ '\n'))
-            line_start_ = ++position_;
+        if ((buffer_[position_] ^ pending_end_) == ('\r' ^ '\n')) line_start_ = ++position_;
         pending_end_ = 0;
     }
     const std::size_t end = find_line_end(buffer_, position_);
@@ -29,8 +28,7 @@ bool line_reader::next_line(string& line) {
         return true;
     }
     position_ = end;
-    if (!last_line_)
-        return false;
+    if (!last_line_) return false;
     last_line_ = false;
     line.assign(buffer_, line_start_);
     return true;

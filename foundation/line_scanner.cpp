@@ -17,8 +17,7 @@ std::size_t find_line_end(string_view text, std::size_t from) noexcept {
         const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + from));
         const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(block, cr), _mm_cmpeq_epi8(block, lf));
         const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends));
-        if (mask != 0)
-            return from + static_cast<std::size_t>(std::countr_zero(mask));
+        if (mask != 0) return from + static_cast<std::size_t>(std::countr_zero(mask));
     }
 #endif
     while (from < size && bytes[from] != '\r' && bytes[from] != '\n')
@@ -27,8 +26,7 @@ std::size_t find_line_end(string_view text, std::size_t from) noexcept {
 }
 
 bool line_scanner::next(string_view& line) noexcept {
-    if (done_)
-        return false;
+    if (done_) return false;
     const std::size_t end = find_line_end(text_, position_);
     line = text_.substr(position_, end - position_);
     if (end == text_.size()) {
@@ -38,8 +36,7 @@ bool line_scanner::next(string_view& line) noexcept {
     }
     position_ = end + 1;
     // The other one of the two makes a pair with the first, the same one ends a line of its own.
-    if (position_ < text_.size() && (text_[end] ^ text_[position_]) == ('\r' ^ '\n'))
-        ++position_;
+    if (position_ < text_.size() && (text_[end] ^ text_[position_]) == ('\r' ^ '\n')) ++position_;
     return true;
 }
 

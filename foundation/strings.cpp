@@ -19,8 +19,7 @@ class character_set {
 public:
     explicit character_set(view_of<unit> set) noexcept : all_(set) {
         for (const unit c : set)
-            if (index(c) < table_.size())
-                table_[index(c)] = true;
+            if (index(c) < table_.size()) table_[index(c)] = true;
     }
     bool operator()(unit c) const noexcept {
         if constexpr (sizeof(unit) == 1) {
@@ -84,10 +83,8 @@ std::vector<view_of<unit>> pieces(view_of<unit> s, view_of<unit> delimiters, boo
     std::vector<view_of<unit>> result;
     std::size_t start = 0;
     for (std::size_t i = 0; i <= s.size(); ++i) {
-        if (i < s.size() && !ends(s[i]))
-            continue;
-        if (keep_empty || i > start)
-            result.push_back(s.substr(start, i - start));
+        if (i < s.size() && !ends(s[i])) continue;
+        if (keep_empty || i > start) result.push_back(s.substr(start, i - start));
         start = i + 1;
     }
     return result;
@@ -156,10 +153,8 @@ std::vector<string_view> split_quoted(string_view s, string_view delimiters) {
     std::size_t start = 0;
     for (std::size_t i = 0; i <= s.size(); ++i) {
         const bool quote = i < s.size() && s[i] == '"';
-        if (i < s.size() && !quote && (quoted || !ends(s[i])))
-            continue;
-        if (i > start)
-            result.push_back(s.substr(start, i - start));
+        if (i < s.size() && !quote && (quoted || !ends(s[i]))) continue;
+        if (i > start) result.push_back(s.substr(start, i - start));
         start = i + 1;
         quoted ^= quote;
     }

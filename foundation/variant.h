@@ -40,7 +40,8 @@ public:
     // out of range saturates at the ends of the signed type. A large gives its low bits, a float its whole part.
     [[nodiscard]] std::uint32_t as_integer() const;
     [[nodiscard]] std::uint64_t as_large() const;
-    // A large counts as unsigned. Texts are read as scanf's "%f" does, under no locale; an unreadable one is 0.
+    // A large counts as unsigned. Texts are read as scanf's "%f" reads decimal numbers, under no locale; an unreadable
+    // one is 0.
     [[nodiscard]] float as_floating() const;
     // A large prints as signed, a float with six digits. A wide text comes through code page 0 and must fit into it,
     // and an 8-bit text becomes wide through it; throws what to_narrow and to_wide of unicode.h throw.
