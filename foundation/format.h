@@ -65,6 +65,8 @@ struct argument {
         } else if constexpr (std::is_same_v<plain, const unit*> || std::is_same_v<plain, unit*>) {
             kind = argument_kind::terminated_text; // not measured here: a precision may stop before the end
             text = value;
+        } else if constexpr (std::is_null_pointer_v<plain>) {
+            address = nullptr; // would pass for a view below, too
         } else if constexpr (std::is_convertible_v<const type&, std::basic_string_view<unit>>) {
             const std::basic_string_view<unit> view = value;
             kind = argument_kind::text;
@@ -72,7 +74,7 @@ struct argument {
             length = view.size();
         } else {
             using pointed = std::remove_cv_t<std::remove_pointer_t<plain>>;
-            static_assert(std::is_pointer_v<plain> || std::is_null_pointer_v<plain>,
+            static_assert(std::is_pointer_v<plain>,
                           "format takes numbers, pointers, and text of the format's own width");
             static_assert(!std::is_same_v<pointed, char> && !std::is_same_v<pointed, char16_t> &&
                               !std::is_same_v<pointed, wchar_t>,
