@@ -60,7 +60,11 @@ public:
                 second_view(seconds_).substr(from.second, to.second - from.second)};
     }
 
-    void reserve(std::size_t pairs) { ends_.reserve(pairs); }
+    // Room for that many pairs and units of second texts in all.
+    void reserve(std::size_t pairs, std::size_t second_units) {
+        ends_.reserve(pairs);
+        seconds_.reserve(second_units);
+    }
     void clear() noexcept {
         firsts_.clear();
         seconds_.clear();
@@ -80,7 +84,7 @@ public:
         const pair_end from = index == 0 ? pair_end{} : ends_[index - 1];
         const std::size_t before = ends_[index].second - from.second;
         seconds_.replace(from.second, before, second);
-        here(); // the limit
+        check_limit();
         for (std::size_t at = index; at < ends_.size(); ++at)
             ends_[at].second += static_cast<std::uint32_t>(second.size() - before); // modulo 2^32: may shrink
     }
@@ -110,6 +114,10 @@ private:
         const auto& [first, second] = pair;
         static_cast<void>(first);
         return second;
+    }
+    void check_limit() const {
+        if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX)
+            throw std::length_error("text_pairs");
     }
     [[nodiscard]] pair_end here() const {
         if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX)

@@ -11,8 +11,8 @@ namespace tackle::internet::message2::header_type {
 // rest, but the charset stays.
 //
 // Malformed structure never fails. Text can: parse throws unicode::generic for bytes that a charset can't map, and
-// coding::translate::invalid_codeword for a "Q" word with a bad hexadecimal pair. The value then holds what came before
-// that text.
+// coding::translate::invalid_codeword for a "Q" word with a bad hexadecimal pair. The value then holds part of the
+// text, or none.
 class generic_value_type {
 public:
     virtual ~generic_value_type() = default;

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "message/header_field.h"
+
+namespace tackle::internet::message2 {
+
+// Appends the fields of a header section, given without the empty line that ends it, and makes room for one more. White
+// space at the start of a line makes it a continuation of the one before, behind one blank; all other white space
+// becomes blanks, one for one. A name runs to the first colon or blank and its value begins behind all of those that
+// follow, so that "Subject:x", "Subject : x" and "Subject x" are the same. A line of blanks does not end the section.
+void read_header_section(string_view section, header_list& headers);
+
+} // namespace tackle::internet::message2

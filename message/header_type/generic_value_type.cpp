@@ -1,0 +1,117 @@
+#include "message/header_type/generic_value_type.h"
+
+#include "foundation/coding.h"
+#include "foundation/unicode.h"
+
+#include <algorithm>
+
+namespace tackle::internet::message2::header_type {
+namespace {
+
+// Code pages in which each byte below 0x80 is the unit of the same value, for certain and on every target. Most header
+// text is ASCII in one of these, and then needs no converter.
+bool keeps_ascii(std::uint32_t code_page) {
+    return code_page == unicode::raw_code_page || code_page == 65001 || code_page == 20127 ||
+           (code_page >= 28591 && code_page <= 28599) || code_page == 28605 || (code_page >= 1250 && code_page <= 1258);
+}
+
+template <typename view>
+bool is_ascii(view text) {
+    return std::all_of(text.begin(), text.end(), [](auto unit) { return (unit & ~0x7F) == 0; });
+}
+
+void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
+    if (keeps_ascii(code_page) && is_ascii(text)) {
+        out.append(text.begin(), text.end());
+    } else {
+        out += unicode::to_wide(text, code_page);
+    }
+}
+
+} // namespace
+
+void generic_value_type::set_charset(string_view charset) {
+    charset_ = charset;
+    code_page_ = unicode::code_page_of(charset);
+}
+
+wstring generic_value_type::decode_words(string_view raw, last_blanks blanks) {
+    if (blanks == last_blanks::drop)
+        raw = raw.substr(0, raw.find_last_not_of(' ') + 1);
+    wstring out;
+    out.reserve(raw.size());
+    if (raw.find("=?") == string_view::npos && keeps_ascii(code_page_) && is_ascii(raw)) {
+        append_wide(raw, code_page_, out);
+        return out;
+    }
+    bool word_before = false;
+    std::size_t position = 0;
+    for (std::size_t gap = 0;;) {
+        const std::size_t end = std::min(raw.find(' ', position), raw.size());
+        const std::size_t before = out.size();
+        out.append(gap, u' ');
+        const bool word = decode_word(raw.substr(position, end - position), out);
+        if (word && word_before)
+            out.erase(before, gap);
+        word_before = word;
+        if (end == raw.size())
+            return out;
+        position = std::min(raw.find_first_not_of(' ', end), raw.size());
+        gap = position - end;
+        if (position == raw.size()) {
+            out.append(gap, u' '); // left only if they are to be kept
+            return out;
+        }
+    }
+}
+
+// Appends the text of one blank-free piece and answers whether an encoded word was in it. Text stuck to the word on
+// either side stands for itself, byte for byte.
+bool generic_value_type::decode_word(string_view piece, wstring& out) {
+    const std::size_t open = piece.find("=?");
+    const std::size_t close = piece.rfind("?=");
+    // A "?=" before the first "=?" closes nothing.
+    if (open == string_view::npos || close == string_view::npos || close < open) {
+        append_wide(piece, code_page_, out);
+        return false;
+    }
+    // "=", charset, encoding, text, "=": four question marks in all.
+    const string_view word = piece.substr(open, close + 2 - open);
+    const std::size_t charset_end = word.find('?', 2);
+    const std::size_t encoding_end = charset_end == string_view::npos ? charset_end : word.find('?', charset_end + 1);
+    const std::size_t text_end = encoding_end == string_view::npos ? encoding_end : word.find('?', encoding_end + 1);
+    if (text_end == string_view::npos || text_end != word.size() - 2) {
+        append_wide(piece, code_page_, out);
+        return false;
+    }
+    // Set even if the encoding turns out to be none: what follows is read with it.
+    set_charset(word.substr(2, charset_end - 2));
+    const string_view encoding = word.substr(charset_end + 1, encoding_end - charset_end - 1);
+    string text(word.substr(encoding_end + 1, text_end - encoding_end - 1));
+    if (encoding == "Q" || encoding == "q") {
+        std::replace(text.begin(), text.end(), '_', ' ');
+        text = coding::translate::quoted_printable_decode(text);
+    } else if (encoding == "B" || encoding == "b") {
+        text = coding::translate::base64_decode(text, false);
+    } else {
+        append_wide(piece, code_page_, out);
+        return false;
+    }
+    append_wide(piece.substr(0, open), unicode::raw_code_page, out);
+    append_wide(text, code_page_, out);
+    append_wide(piece.substr(close + 2), unicode::raw_code_page, out);
+    return true;
+}
+
+string generic_value_type::encode_word(wstring_view text) const {
+    if (is_ascii(text))
+        return string(text.begin(), text.end());
+    const string bytes = unicode::to_narrow(text, code_page_, true);
+    const string base64 = coding::translate::base64_encode(bytes, true);
+    string quoted = coding::translate::quoted_printable_encode(bytes);
+    std::replace(quoted.begin(), quoted.end(), ' ', '_');
+    const bool shorter = base64.size() < quoted.size();
+    return "=?" + charset_ + (shorter ? "?B?" + base64 : "?Q?" + quoted) + "?=";
+}
+
+} // namespace tackle::internet::message2::header_type

@@ -1,0 +1,24 @@
+#include "message/header_type/unstructured_value_type.h"
+
+#include "foundation/unicode.h"
+
+namespace tackle::internet::message2::header_type {
+
+string unstructured_value_type::render() const { return encode_word(value_); }
+
+void unstructured_value_type::parse(string_view raw) {
+    value_.clear();
+    value_ = decode_words(raw, last_blanks::drop);
+}
+
+string& unstructured_value_type::value_in(string& out, std::uint32_t code_page) const {
+    return out = unicode::to_narrow(value_, code_page, true);
+}
+
+void unstructured_value_type::set_value(wstring_view text) { value_ = text; }
+
+void unstructured_value_type::set_value(string_view text, std::uint32_t code_page) {
+    value_ = unicode::to_wide(text, code_page);
+}
+
+} // namespace tackle::internet::message2::header_type

@@ -1,0 +1,172 @@
+#include "message/tree_loader.h"
+
+#include "foundation/coding.h"
+#include "foundation/strings.h"
+#include "foundation/unicode.h"
+#include "message/body.h"
+#include "message/header_section.h"
+#include "message/header_type/parametized_value_type.h"
+#include "message/tree_walk.h"
+
+#include <exception>
+
+namespace tackle::internet::message2 {
+namespace {
+
+constexpr string_view uuencoded_boundary = "=_uue_conversion_boundary";
+
+struct file_type {
+    wstring_view ending;
+    string_view content_type;
+};
+constexpr file_type file_types[] = {
+    {u".txt", "text/plain"},  {u".htm", "text/html"}, {u".html", "text/html"}, {u".jpg", "image/jpeg"},
+    {u".jpeg", "image/jpeg"}, {u".gif", "image/gif"}, {u".png", "image/png"},
+};
+
+string_view type_of_file(wstring_view name) {
+    const wstring lower = to_lower(name);
+    for (const file_type& type : file_types)
+        if (lower.ends_with(type.ending))
+            return type.content_type;
+    return "application/octet-stream";
+}
+
+// The name of a uuencoded file. Whatever keeps the charset from reading it, it is then taken byte for byte: a name is
+// no reason to lose a file.
+wstring name_of_file(string_view name, string_view charset) {
+    try {
+        return unicode::to_wide(name, unicode::code_page_of(charset));
+    } catch (const unicode::generic&) {
+        return unicode::to_wide(name, unicode::raw_code_page);
+    }
+}
+
+} // namespace
+
+void tree_loader::load(part& root, string_view message) {
+    load(root, message, 0, [] {});
+}
+
+void tree_loader::load(part& root, string&& message) { load(root, std::move(message), 0); }
+
+void tree_loader::load(part& root, string&& message, unsigned depth) {
+    string bytes = std::move(message);
+    load(root, bytes, depth, [&] { string().swap(bytes); });
+}
+
+// Attached messages are parsed when the walk is over and its bytes are gone, or a chain of them would keep a copy of
+// itself for each link. A failure of the walk waits for them: those found before it come first, as if each was parsed
+// where it stood. The recursion is one of depths.
+template <typename release_function>
+void tree_loader::load(part& root, string_view message, unsigned depth, const release_function& release) {
+    attached_messages found;
+    std::exception_ptr failure;
+    try {
+        tree_walk(message, depth, found).run(root);
+    } catch (const exception&) {
+        failure = std::current_exception();
+    }
+    release();
+    for (attached_message& attached : found)
+        load(*attached.target, std::move(attached.bytes), attached.depth);
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void tree_loader::load_nothing(part& root) { read_headers(root, {}); }
+
+part& tree_loader::add_child(part& node) { return *node.children_.emplace_back(make_bare()); }
+
+void tree_loader::read_headers(part& node, string_view section) {
+    read_header_section(section, node.headers_);
+    bool has_type = false;
+    for (const header_field field : node.headers_) {
+        if (!iequals(field.name, "Content-Type"))
+            continue;
+        has_type = true;
+        node.apply_content_type(field.value);
+    }
+    if (!has_type)
+        node.headers_.add("Content-Type", "");
+}
+
+void tree_loader::store_body(part& node, const line_stretch& lines) {
+    const string encoding = node.transfer_encoding();
+    if (encoding == "base64") {
+        decode_base64_body(lines, node.content_.data);
+    } else if (encoding == "quoted-printable") {
+        decode_quoted_printable_body(lines, node.content_.data);
+    } else {
+        store_text(node, lines);
+    }
+}
+
+// Everything that is no uuencoded file goes to the data, and the files become children. Their depth is not limited:
+// they are leaves, and a text at the limit must not make its message unreadable.
+void tree_loader::store_text(part& node, const line_stretch& lines) {
+    line_stretch left = lines;
+    bool any_file = false;
+    const string_view& bytes = left.bytes;
+    for (std::size_t at = find_line_with(bytes, 0, 'b'); at < bytes.size();) {
+        uuencoded_block block;
+        if (!bytes.substr(at).starts_with("begin") || !find_uuencoded_block({bytes.substr(at), left.open}, block)) {
+            at = find_line_with(bytes, at + 1, 'b');
+            continue;
+        }
+        any_file = true;
+        append_normalised({bytes.substr(0, at), false}, node.content_.data);
+        node.children_.push_back(make_uuencoded(node, block));
+        left = block.rest;
+        at = find_line_with(bytes, 0, 'b');
+    }
+    append_normalised(left, node.content_.data);
+    if (any_file)
+        split_off_text(node);
+}
+
+std::unique_ptr<part> tree_loader::make_uuencoded(const part& text, const uuencoded_block& block) {
+    const wstring name = name_of_file(block.name, text.content_.charset);
+    header_type::parametized_value_type disposition("utf-8");
+    disposition.set_value(u"attachment");
+    disposition.set_parameter("filename", name);
+    auto file = std::make_unique<part>();
+    file->add_header("Content-Disposition", disposition);
+    // Behind the one that a new part has, which stays in force.
+    file->add_header("Content-Transfer-Encoding", "base64");
+    file->content_.content_type = type_of_file(name);
+    file->content_.data = decode_uuencoded_block(block.lines);
+    return file;
+}
+
+// The text becomes a child behind the files taken from it, with its type, charset and boundary.
+void tree_loader::split_off_text(part& node) {
+    part& text = *node.children_.emplace_back(std::make_unique<part>());
+    std::swap(text.content_, node.content_);
+    std::swap(text.boundary_, node.boundary_);
+    node.content_.content_type = "multipart/mixed";
+    node.boundary_ = uuencoded_boundary;
+}
+
+bool tree_loader::is_attached_message(const part& node) {
+    if (node.content_.content_type != "application/octet-stream")
+        return false;
+    try {
+        return to_lower(node.attachment_info().filename).ends_with(u".eml");
+    } catch (const unicode::generic&) {
+        return false; // a name that can't be read counts as none
+    } catch (const coding::translate::generic&) {
+        return false;
+    }
+}
+
+void tree_loader::detach_message(part& node, unsigned depth, attached_messages& found) {
+    if (depth >= part::deepest)
+        throw depth_limit("MIME tree depth exceeded");
+    found.push_back({&add_child(node), std::move(node.content_.data), depth + 1});
+    node.content_.data.clear();
+    node.content_.content_type = "message/rfc822";
+    node.remove_headers("Content-Transfer-Encoding");
+}
+
+} // namespace tackle::internet::message2

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "message/part.h"
+
+namespace tackle::internet::message2 {
+
+// Fills a bare part, the root of a tree, from the bytes of a message.
+class tree_loader {
+public:
+    // `root` gets whatever could be read before a failure: its owner drops it then. Throws as the constructors of part.
+    static void load(part& root, string_view message);
+    // The same; frees the bytes before it goes on to messages within the message.
+    static void load(part& root, string&& message);
+    // No line at all, not even an empty one.
+    static void load_nothing(part& root);
+
+private:
+    friend class tree_walk;
+
+    // A message attached as a file, decoded, that is to be parsed into `target` when the walk has ended that found it.
+    struct attached_message {
+        part* target;
+        string bytes;
+        unsigned depth;
+    };
+    using attached_messages = std::vector<attached_message>;
+
+    template <typename release_function>
+    static void load(part& root, string_view message, unsigned depth, const release_function& release);
+    static void load(part& root, string&& message, unsigned depth);
+
+    // What the walk does to a part.
+    static std::unique_ptr<part> make_bare() { return std::unique_ptr<part>(new part(part::bare())); }
+    static void read_headers(part& node, string_view section);
+    static void store_body(part& node, const struct line_stretch& lines);
+    static void store_text(part& node, const struct line_stretch& lines);
+    static std::unique_ptr<part> make_uuencoded(const part& text, const struct uuencoded_block& block);
+    static void split_off_text(part& node);
+    static bool is_attached_message(const part& node);
+    static void detach_message(part& node, unsigned depth, attached_messages& found);
+    static part& add_child(part& node);
+};
+
+} // namespace tackle::internet::message2
