@@ -1,0 +1,66 @@
+#pragma once
+
+#include "foundation/text.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tackle::html {
+
+// A set of 16-bit texts that is filled first and read in order afterwards; the order is that of the units. Texts go
+// into one buffer, and are sorted when somebody looks. Many texts may share a prefix, which is then kept once and
+// written out only in the sorted set. One thread.
+class text_set {
+public:
+    text_set() = default;
+    text_set(const text_set&) = delete; // the views point into the own buffers
+    text_set(text_set&&) = default;
+    text_set& operator=(const text_set&) = delete;
+    text_set& operator=(text_set&&) = default;
+    ~text_set() = default;
+
+    void insert(wstring_view text);
+    // From here on `insert_prefixed(rest)` means this prefix and `rest`.
+    void set_prefix(wstring_view prefix);
+    void insert_prefixed(wstring_view rest);
+    // A set whose different texts have no more units than this together is complete. In a larger one the texts with a
+    // prefix are missing from the first on, in the order of insertion, that does not fit. No limit at first.
+    void limit_prefixed(std::size_t units);
+
+    [[nodiscard]] bool empty() const { return entries_.empty(); }
+    [[nodiscard]] bool contains(wstring_view text) const;
+    // The texts in order, each once; good until the next insert.
+    [[nodiscard]] const std::vector<wstring_view>& sorted() const;
+    [[nodiscard]] std::size_t size() const { return sorted().size(); }
+    [[nodiscard]] auto begin() const { return sorted().begin(); }
+    [[nodiscard]] auto end() const { return sorted().end(); }
+
+private:
+    struct entry {
+        std::size_t start; // in units_
+        std::size_t length;
+        std::size_t prefix; // index in prefixes_, or no_prefix
+    };
+    struct weighed_entry;
+    static constexpr std::size_t no_prefix = SIZE_MAX;
+    static constexpr std::size_t recent_slots = 64;
+
+    entry append(wstring_view text, std::size_t prefix);
+    void enter(wstring_view text, std::size_t prefix);
+    [[nodiscard]] wstring_view rest_of(const entry& of) const { return {units_.data() + of.start, of.length}; }
+    [[nodiscard]] wstring_view prefix_of(const entry& of) const;
+    [[nodiscard]] std::vector<weighed_entry> different_entries() const;
+    void join_prefixed() const;
+
+    std::vector<char16_t> units_;
+    std::vector<entry> prefixes_;
+    std::vector<entry> entries_;      // in the order of insertion, most repetitions left out
+    std::vector<std::size_t> recent_; // indexes in entries_ plus one, by a cheap hash: a cache, no proof
+    std::size_t limit_ = SIZE_MAX;
+    mutable std::vector<char16_t> joined_; // the texts with a prefix, written out
+    mutable std::vector<wstring_view> sorted_;
+    mutable bool is_sorted_ = true;
+};
+
+} // namespace tackle::html

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "foundation/text.h"
+#include "html/entity_table.h"
+#include "html/settled_value.h"
+#include "html/unit_list.h"
+
+#include <vector>
+
+namespace tackle::html {
+
+// What the frames of one value share.
+struct value_pool {
+    unit_list units;
+    std::size_t growth_left = 0;
+    wstring scratch;
+};
+
+// One value on its way to rest: the list of its units, and the conversion that is under way. A conversion is a pass
+// from front to back that rewrites the list in place; it visits only the places where the pass before has changed
+// something, since everywhere else a conversion gives what it gets. A value inside the value stops the pass until
+// somebody has brought that to rest in a frame of its own, so that no depth of nesting costs stack.
+class value_frame {
+public:
+    using place = unit_list::place;
+
+    explicit value_frame(value_pool& pool) : pool_(pool), units_(pool.units), list_(pool.units.make_list()) {}
+
+    // Empties the frame, for a new value: new units, one behind the other, or a stretch of another frame's.
+    void clear();
+    void append(char16_t unit);
+    void start() { start_pass(); }
+
+    // True if the value is at rest; false if `inner`, filled by then, has to be run first, and then handed to `resume`.
+    [[nodiscard]] bool run(value_frame& inner);
+    void resume(value_frame& inner);
+
+    [[nodiscard]] wstring text() const;
+
+private:
+    enum class reading { text, tag, inner_value };
+
+    void look_at_taken(place p, bool behind_white);
+    void start_pass();
+    void end_pass();
+    void list_place(place p);
+    void touch(place p);
+    void drop();
+    void write(char16_t unit);
+
+    [[nodiscard]] bool filtered() const { return dropping_ || !in_body_; }
+    [[nodiscard]] bool at_end() const { return at_ == list_.tail; }
+    [[nodiscard]] bool at_white() const { return units_.is_white(at_); }
+    [[nodiscard]] bool at_quote() const { return units_.unit(at_) == u'"' || units_.unit(at_) == u'\''; }
+    [[nodiscard]] bool find_next();
+    void read_unit();
+    void read_entity();
+    void look_at_name(place ampersand);
+    [[nodiscard]] entity_value entity_at(place ampersand);
+    void pass_entity_as_text(place behind);
+    void drop_entity(place ampersand, place behind, bool closed);
+
+    void read_tag_name();
+    [[nodiscard]] bool read_tag(value_frame& inner);
+    [[nodiscard]] bool read_attribute(value_frame& inner);
+    [[nodiscard]] bool read_value(bool wanted, value_frame& inner);
+    void skip_quoted_name();
+    void skip_or_look(bool wanted, value_frame& inner);
+    void take(place first, place behind, place dropped);
+    [[nodiscard]] bool starts_with(wstring_view prefix) const;
+    void write_link(value_frame& inner);
+
+    value_pool& pool_;
+    unit_list& units_;
+    unit_list::ends list_;
+    std::vector<place> listed_;  // where this pass has to look, from front to back
+    std::vector<place> touched_; // where it has changed something, likewise
+    std::size_t next_listed_ = 0;
+
+    // The state of the conversion, as in convert_to_text.
+    place at_ = 0;      // the next unit to be read; what stands before it is output
+    place dropped_ = 0; // the unit dropped last
+    reading reading_ = reading::text;
+    tag_kind tag_ = tag_kind::other;
+    bool in_body_ = true;
+    bool dropping_ = false;
+    bool last_was_space_ = true;
+    wstring base_;
+};
+
+} // namespace tackle::html

@@ -1,0 +1,180 @@
+#include "foundation/strings.h"
+#include "html/value_frame.h"
+
+// The tags inside an attribute value: the other half of value_frame. All their units go; what a link writes into the
+// text takes their place.
+namespace tackle::html {
+
+namespace {
+
+constexpr std::size_t longest_tag = 5; // of those that mean something
+
+} // namespace
+
+void value_frame::read_tag_name() {
+    wstring_view::size_type length = 0;
+    char16_t name[longest_tag + 1];
+    for (drop(); !at_end() && !at_white() && units_.unit(at_) != u'>'; drop()) {
+        if (length <= longest_tag) name[length++] = lower_letter(units_.unit(at_));
+    }
+    if (at_end()) { // cut off in its name: there was no tag
+        touch(at_);
+        return;
+    }
+    tag_ = kind_of({name, length});
+    dropping_ = tag_ == tag_kind::meta || tag_ == tag_kind::style || tag_ == tag_kind::title;
+    if (tag_ == tag_kind::body_end) in_body_ = false;
+    if (in_body_ && (tag_ == tag_kind::p || tag_ == tag_kind::br)) {
+        write(u'\r');
+        write(u'\n');
+        last_was_space_ = true;
+    }
+    reading_ = reading::tag;
+}
+
+// To the end of the tag. False if a value in it has to be brought to rest first.
+bool value_frame::read_tag(value_frame& inner) {
+    while (!at_end()) {
+        if (units_.unit(at_) == u'>') {
+            drop();
+            if (tag_ == tag_kind::body) in_body_ = true;
+            break;
+        }
+        const bool attribute_follows = at_white();
+        drop();
+        if (attribute_follows && !read_attribute(inner)) return false;
+    }
+    touch(at_);
+    reading_ = reading::text;
+    return true;
+}
+
+bool value_frame::read_attribute(value_frame& inner) {
+    if (!at_end() && at_quote()) {
+        skip_quoted_name();
+        return true;
+    }
+    static constexpr wstring_view href = u"href";
+    std::size_t length = 0;
+    bool is_href = true;
+    for (; !at_end(); drop(), ++length) {
+        const auto unit = units_.unit(at_);
+        if (unit == u'/') {
+            drop();
+            return true;
+        }
+        if (unit == u'>' || at_white()) return true;
+        if (unit == u'=') {
+            drop();
+            const bool has_link = tag_ == tag_kind::base || (tag_ == tag_kind::a && in_body_);
+            return read_value(has_link && is_href && length == href.size(), inner);
+        }
+        if (length >= href.size() || lower_letter(unit) != href[length]) is_href = false;
+    }
+    return true;
+}
+
+void value_frame::skip_quoted_name() {
+    const auto quote = units_.unit(at_);
+    for (drop(); !at_end() && units_.unit(at_) != quote; drop()) {
+        if (units_.unit(at_) == u'\\') drop();
+        if (at_end()) return;
+    }
+}
+
+// False if the value now stands in `inner`.
+bool value_frame::read_value(bool wanted, value_frame& inner) {
+    if (at_end()) return true;
+    if (wanted) inner.clear();
+    const auto quote = units_.unit(at_);
+    const bool quoted = at_quote();
+    if (quoted) drop();
+    auto before = dropped_;
+    auto first = at_;
+    while (!at_end() && (quoted ? units_.unit(at_) != quote : !at_white() && units_.unit(at_) != u'>')) {
+        if (quoted && units_.unit(at_) == u'\\') {
+            const bool in_front = at_ == first;
+            drop();
+            if (in_front) {
+                before = dropped_;
+                first = at_;
+            }
+            if (at_end()) break;
+        }
+        skip_or_look(wanted, inner);
+    }
+    if (wanted) inner.take(first, at_, before);
+    if (quoted && !at_end()) drop();
+    return !wanted;
+}
+
+void value_frame::skip_or_look(bool wanted, value_frame& inner) {
+    if (!wanted) {
+        drop();
+        return;
+    }
+    inner.look_at_taken(at_, inner.last_was_space_);
+    inner.last_was_space_ = at_white();
+    at_ = units_.next(at_);
+}
+
+// The stretch moves as it is, so that a value deep inside others is not copied out of each. `dropped` stood in front of
+// it in the other frame; names begin behind it here as they did there.
+void value_frame::take(place first, place behind, place dropped) {
+    if (first != behind) {
+        units_.move(first, units_.previous(behind), list_.tail);
+        units_.redirect(dropped, list_.head);
+        if (units_.in_name(first)) units_.redirect(first, list_.head);
+    }
+    start();
+}
+
+// `inner` is at rest: does with it what the attribute asks for, and goes on in the tag.
+void value_frame::resume(value_frame& inner) {
+    auto& source = inner.list_;
+    while (units_.next(source.head) != source.tail && units_.is_white(units_.next(source.head)))
+        units_.erase(units_.next(source.head));
+    for (auto p = units_.next(source.head); p != source.tail; p = units_.next(p))
+        units_.at(p).unit = lower_letter(units_.unit(p));
+    if (inner.starts_with(u"cid:") || inner.starts_with(u"mid:")) return;
+    const bool absolute = inner.starts_with(u"http:") || inner.starts_with(u"https:") || inner.starts_with(u"mailto:");
+    if (tag_ == tag_kind::base) {
+        base_ = absolute ? wstring() : wstring(u"http://");
+        base_ += inner.text();
+        return;
+    }
+    if (!last_was_space_) write(u' ');
+    write(u'<');
+    if (!absolute && base_.size() <= pool_.growth_left) {
+        pool_.growth_left -= base_.size();
+        for (const auto unit : base_) {
+            const auto written = units_.insert(unit, at_);
+            if (unit == u'&') touch(written);
+        }
+    }
+    write_link(inner);
+    write(u'>');
+    write(u' ');
+    last_was_space_ = true;
+}
+
+void value_frame::write_link(value_frame& inner) {
+    const auto first = units_.next(inner.list_.head);
+    if (first == inner.list_.tail) return;
+    units_.move(first, units_.previous(inner.list_.tail), at_);
+    // In lower case an entity that had no meaning may get one.
+    for (auto p = first; p != at_; p = units_.next(p)) {
+        if (units_.unit(p) == u'&') touch(p);
+    }
+}
+
+bool value_frame::starts_with(wstring_view prefix) const {
+    auto p = units_.next(list_.head);
+    for (const auto unit : prefix) {
+        if (p == list_.tail || units_.unit(p) != unit) return false;
+        p = units_.next(p);
+    }
+    return true;
+}
+
+} // namespace tackle::html

@@ -1,0 +1,130 @@
+#include "html/convert_to_text.h"
+
+#include <gtest/gtest.h>
+
+namespace tackle::html {
+namespace {
+
+struct text_case {
+    const char* label;
+    bool in_body;
+    wstring_view html;
+    wstring_view text;
+};
+
+const text_case text_cases[] = {
+    {"only the body", false, u"<html>x<body class=y>a b</body>c", u"a b"},
+    {"no body, none wanted", true, u"hello", u"hello"},
+    {"no body", false, u"hello", u""},
+    {"a second body", false, u"<body>a</body>b<BODY>c", u"ac"},
+    {"left out", false, u"<body>a<style>x</style>b<title>t</title>c<meta >d", u"abc"},
+    {"only up to the next tag", true, u"<style>x<!-- y -->z", u"z"},
+    {"a script is text", false, u"<body><script>var a;</script>", u"var a;"},
+    {"p and br break the line", true, u"a<p>b<BR>c", u"a\r\nb\r\nc"},
+    {"nothing else does", true, u"a<div>b<br/>c</p>d<br />e", u"abcd\r\ne"},
+    {"the first of the white space stays", true, u"a\n \t b  c", u"a\nb c"},
+    {"none in front", true, u" \r\n a", u"a"},
+    {"none behind a line break", true, u"a <br> b", u"a \r\nb"},
+    {"collapsed across tags", true, u"a <b> b", u"a b"},
+    {"an entity does not count", true, u"a &amp; b", u"a &b"},
+    {"nor is it collapsed", true, u"a &#32;&nbsp; b", u"a  \u00a0b"},
+    {"nor filtered", true, u"<title>a&lt;b</title>c", u"<c"},
+    {"hexadecimal", true, u"&#x41;", u"A"},
+    {"bad hexadecimal", true, u"&#xZZ;&#xZZ ", u"&#xZZ "},
+    {"not before the body", false, u"&#x41;&amp;<body>&amp;", u"&"},
+    {"a zero", true, u"a&#0;b", wstring_view(u"a\0b", 3)},
+    {"notin", true, u"&notin;", u"\u221a"},
+    {"digits of another script", true, u"a &#\u0663;  b", u"a &#\u0663; b"},
+    {"these in front of the body", false, u"&#\u0663;<body>b", u"b"},
+    {"link target", true, u"<a href='HTTP://X.Example/Y'>z</a>", u"<http://x.example/y> z"},
+    {"blanks around it collapse", true, u"a <a href=http:b> c", u"a <http:b> c"},
+    {"an empty target", true, u"a<a href=''>b", u"a <> b"},
+    {"two in one tag", true, u"<a href=http:1 HREF=http:2>", u"<http:1> <http:2> "},
+    {"an image writes none", true, u"a<img src=b>c", u"ac"},
+    {"outside the body", false, u"<a href='http:a'>z</a><body>b", u"b"},
+};
+
+TEST(convert_to_text, gives_what_a_reader_sees) {
+    for (const auto& c : text_cases) {
+        SCOPED_TRACE(c.label);
+        convert_to_text converter(c.in_body);
+        parse(c.html, converter);
+        EXPECT_EQ(converter.text, c.text);
+    }
+}
+
+struct link_case {
+    const char* label;
+    wstring_view html;
+    std::vector<wstring_view> links;
+};
+
+const link_case link_cases[] = {
+    {"in order, each once", u"<a href=http:b><img src=http:A><a href=http:b>", {u"http:a", u"http:b"}},
+    {"base in front", u"<base href='x.example/'><a href='a'>", {u"http://x.example/a"}},
+    {"nothing between", u"<base href='https://x'><img src='a.gif'>", {u"https://xa.gif"}},
+    {"not in front of an address", u"<base href=b><a href=HTTPS:c><a href='mailto:d'>", {u"https:c", u"mailto:d"}},
+    {"no base", u"<a href=/x>", {u"/x"}},
+    {"references into the mail", u"<a href='cid:abc'><img src=' MID:d'>", {}},
+    {"no base either", u"<base href=b><base href=cid:c><a href=d>", {u"http://bd"}},
+    {"base from an address", u"<base href=mailto:b><a href=c>", {u"mailto:bc"}},
+    {"other attributes", u"<a src=1><img href=2><base src=3><area href=4><a name=5>", {}},
+    {"blanks", u"<a href=' \n http:a  b '>", {u"http:a b "}},
+    {"encoded once more than once", u"<a href=a&amp;amp;b=1>", {u"a&b=1"}},
+    {"a name at the end vanishes", u"<a href=a?b&c>", {u"a?b"}},
+    {"tags in it", u"<a href='a<b>c'>", {u"ac"}},
+    {"a link in it leaves a blank", u"<a href='a<a href=b>c'>", {u"a c"}},
+    {"two bases give one text", u"<base href=http:a><img src=bc><base href=http:ab><img src=c>", {u"http:abc"}},
+};
+
+TEST(convert_to_text, collects_links) {
+    for (const auto& c : link_cases) {
+        SCOPED_TRACE(c.label);
+        convert_to_text converter(false);
+        parse(c.html, converter);
+        EXPECT_EQ(converter.links.sorted(), c.links);
+        EXPECT_EQ(converter.links.empty(), c.links.empty());
+    }
+}
+
+TEST(convert_to_text, collects_tags) {
+    convert_to_text converter(false);
+    parse(u"<P><br/><p></P>< x><!-- y -->", converter);
+    EXPECT_EQ(converter.tags.sorted(), (std::vector<wstring_view>{u"", u"!--", u"/p", u"br/", u"p"}));
+    EXPECT_TRUE(converter.tags.contains(u"/p"));
+    EXPECT_FALSE(converter.tags.contains(u"b"));
+    converter = convert_to_text(true);
+    parse(u"<q>", converter);
+    EXPECT_EQ(converter.tags.sorted(), std::vector<wstring_view>{u"q"});
+}
+
+// One long base and a few links whose text is just as large as it may be, or a little larger.
+TEST(convert_to_text, keeps_what_four_times_the_input_can_hold) {
+    constexpr std::size_t length_of_text = 8 * 100'004; // "<", the base, one letter, "> "
+    for (const bool fits : {true, false}) {
+        wstring html = u"<base href=http:" + wstring(99'995, u'b') + u">";
+        for (char16_t name = u'a'; name < u'i'; ++name)
+            html += wstring(u"<a href=") + name + u">";
+        html.resize(length_of_text / 4 - (fits ? 0 : 1), u' ');
+        convert_to_text converter(true);
+        parse(html, converter);
+        EXPECT_EQ(converter.text.size(), length_of_text - (fits ? 0 : 100'004));
+        EXPECT_EQ(converter.links.size(), 8U); // a little shorter, so they fit in either case
+    }
+}
+
+TEST(convert_to_text, leaves_out_relative_links_beyond_that) {
+    wstring html = u"<base href=http:" + wstring(100'000, u'b') + u">";
+    for (char16_t i = 0; i < 1000; ++i)
+        html +=
+            wstring(u"<img src=x") + static_cast<char16_t>(u'a' + i % 10) + static_cast<char16_t>(u'A' + i / 10) + u">";
+    html += u"<img src=http:last>";
+    convert_to_text converter(true);
+    parse(html, converter);
+    EXPECT_EQ(converter.links.size(), html.size() * 4 / 100'008 + 1);
+    EXPECT_TRUE(converter.links.contains(u"http:last"));
+    EXPECT_TRUE(converter.links.sorted().front().ends_with(u"bxaa"));
+}
+
+} // namespace
+} // namespace tackle::html
