@@ -292,8 +292,9 @@ constexpr upper_half upper_halves[] = {
 } // namespace
 
 std::span<const patch_row> find_patches(std::uint32_t code_page) {
-    const auto [first, last] = std::ranges::equal_range(patches, code_page, {}, &patch_row::code_page);
-    return {first, last};
+    // By its two halves: clang 14 cannot take apart what equal_range returns.
+    const auto* const first = std::ranges::lower_bound(patches, code_page, {}, &patch_row::code_page);
+    return {first, std::ranges::upper_bound(patches, code_page, {}, &patch_row::code_page)};
 }
 
 const char16_t* find_upper_half(std::uint32_t code_page) {
