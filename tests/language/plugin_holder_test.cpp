@@ -1,0 +1,53 @@
+#include "language/plugin_holder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <barrier>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace brimwarden::language;
+
+class silent_plugin final : public plugins::generic::plugin {
+public:
+    void supported_languages(std::set<std::uint32_t>&) const override {}
+    void detect(tackle::wstring_view, result_map&, std::uint64_t&, brimwarden::analysis::trace_list&) const override {}
+};
+
+TEST(plugin_holder, makes_one_plugin_for_threads_that_come_at_once) {
+    constexpr int count = 16;
+    tackle::rw lock;
+    plugin_holder holder;
+    std::atomic<int> made = 0;
+    std::vector<const plugins::generic::plugin*> seen(count);
+    std::barrier start(count);
+    std::vector<std::thread> threads;
+    for (auto& mine : seen)
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            mine = &made_once(holder, lock, [&] {
+                ++made;
+                std::this_thread::yield(); // a second one would come in here
+                return std::make_unique<silent_plugin>();
+            });
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(seen, std::vector(count, static_cast<const plugins::generic::plugin*>(holder.get())));
+}
+
+TEST(plugin_holder, tries_again_after_a_failure) {
+    tackle::rw lock;
+    plugin_holder holder;
+    const auto fail = []() -> std::unique_ptr<silent_plugin> { throw std::bad_alloc(); };
+    EXPECT_THROW(made_once(holder, lock, fail), std::bad_alloc);
+    EXPECT_EQ(holder, nullptr);
+    EXPECT_NE(&made_once(holder, lock, [] { return std::make_unique<silent_plugin>(); }), nullptr);
+}
+
+} // namespace
