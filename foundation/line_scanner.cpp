@@ -25,19 +25,4 @@ std::size_t find_line_end(string_view text, std::size_t from) noexcept {
     return from;
 }
 
-bool line_scanner::next(string_view& line) noexcept {
-    if (done_) return false;
-    const std::size_t end = find_line_end(text_, position_);
-    line = text_.substr(position_, end - position_);
-    if (end == text_.size()) {
-        position_ = end;
-        done_ = true;
-        return true;
-    }
-    position_ = end + 1;
-    // The other one of the two makes a pair with the first, the same one ends a line of its own.
-    if (position_ < text_.size() && (text_[end] ^ text_[position_]) == ('\r' ^ '\n')) ++position_;
-    return true;
-}
-
 } // namespace tackle

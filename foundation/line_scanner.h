@@ -29,4 +29,22 @@ private:
     bool done_ = false;
 };
 
+// Inline for bodies of nothing but line ends, where the calls would be most of the work.
+inline bool line_scanner::next(string_view& line) noexcept {
+    if (done_) return false;
+    const auto is_end = [this](std::size_t at) { return text_[at] == '\r' || text_[at] == '\n'; };
+    const bool empty = position_ < text_.size() && is_end(position_);
+    const std::size_t end = empty ? position_ : find_line_end(text_, position_);
+    line = {text_.data() + position_, end - position_};
+    position_ = end;
+    if (end == text_.size()) {
+        done_ = true;
+        return true;
+    }
+    ++position_;
+    // The other one of the two makes a pair with the first, the same one ends a line of its own.
+    if (position_ < text_.size() && (text_[end] ^ text_[position_]) == ('\r' ^ '\n')) ++position_;
+    return true;
+}
+
 } // namespace tackle

@@ -42,14 +42,54 @@ void raise(platform::conversion result) {
     }
 }
 
+// In blocks of a fixed size, which compilers turn into vector instructions; a loop of unknown length they leave alone.
+constexpr std::size_t block = 16;
+
+void widen_raw(string_view text, wstring& out) {
+    out.resize(text.size());
+    const char* from = text.data();
+    char16_t* to = out.data();
+    std::size_t left = text.size();
+    for (; left >= block; left -= block, from += block, to += block)
+        for (std::size_t i = 0; i < block; ++i)
+            to[i] = static_cast<unsigned char>(from[i]);
+    for (; left > 0; --left)
+        *to++ = static_cast<unsigned char>(*from++);
+}
+
+void narrow_raw(wstring_view text, bool strict, string& out) {
+    out.resize(text.size());
+    const char16_t* from = text.data();
+    char* to = out.data();
+    std::size_t left = text.size();
+    while (left > 0) {
+        const std::size_t count = std::min(left, block);
+        unsigned all = 0;
+        if (count == block) {
+            for (std::size_t i = 0; i < block; ++i) {
+                all |= from[i];
+                to[i] = static_cast<char>(from[i]);
+            }
+        }
+        if (count < block || all > 0xFF) {
+            for (std::size_t i = 0; i < count; ++i) {
+                if (from[i] > 0xFF && strict) throw unmappable_character("");
+                to[i] = from[i] > 0xFF ? '?' : static_cast<char>(from[i]);
+            }
+        }
+        left -= count;
+        from += count;
+        to += count;
+    }
+}
+
 } // namespace
 
 wstring to_wide(string_view text, std::uint32_t code_page) {
     wstring result;
     if (text.empty()) return result;
     if (code_page == raw_code_page) {
-        result.resize(text.size());
-        std::ranges::transform(text, result.begin(), [](char c) { return static_cast<unsigned char>(c); });
+        widen_raw(text, result);
         return result;
     }
     raise(platform::widen(code_page, text, !takes_no_flags(code_page), result));
@@ -60,12 +100,7 @@ string to_narrow(wstring_view text, std::uint32_t code_page, bool strict) {
     string result;
     if (text.empty()) return result;
     if (code_page == raw_code_page) {
-        result.resize(text.size());
-        std::ranges::transform(text, result.begin(), [strict](char16_t c) {
-            if (c < 256) return static_cast<char>(c);
-            if (strict) throw unmappable_character("");
-            return '?';
-        });
+        narrow_raw(text, strict, result);
         return result;
     }
     bool used_default = false;

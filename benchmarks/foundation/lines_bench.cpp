@@ -1,23 +1,25 @@
 #include "foundation/format.h"
 #include "foundation/line_scanner.h"
 
-#include <benchmark/benchmark.h>
+#include "benchmarks/yardstick.h"
 
-namespace tackle {
+namespace brimwarden::benchmarks {
 namespace {
+
+using tackle::string;
+using tackle::string_view;
 
 void scan_lines(benchmark::State& state, string_view line) {
     string text;
     while (text.size() + line.size() <= 1 << 20)
         text += line;
-    for (auto _ : state) {
-        line_scanner scanner(text);
+    measure(state, {text}, [&] {
+        tackle::line_scanner scanner(text);
         std::size_t count = 0;
         for (string_view found; scanner.next(found);)
             count += found.size();
         benchmark::DoNotOptimize(count);
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+    });
 }
 BENCHMARK_CAPTURE(scan_lines, base64,
                   "VGhlIHF1aWNrIGJyb3duIGZveCBqdW1wcyBvdmVyIHRoZSBsYXp5IGRvZywgYW5kIG92ZXIgdGhl\r\n");
@@ -30,7 +32,7 @@ void scan_one_kind_of_end(benchmark::State& state) {
     while (text.size() < static_cast<std::size_t>(state.range(0)))
         text += "x\n";
     for (auto _ : state) {
-        line_scanner scanner(text);
+        tackle::line_scanner scanner(text);
         for (string_view found; scanner.next(found);)
             benchmark::DoNotOptimize(found);
     }
@@ -39,11 +41,11 @@ void scan_one_kind_of_end(benchmark::State& state) {
 BENCHMARK(scan_one_kind_of_end)->RangeMultiplier(8)->Range(1 << 10, 1 << 22)->Complexity(benchmark::oN);
 
 void format_trace_line(benchmark::State& state) {
-    const wstring name = u"Part.Text.Too_Large";
+    const tackle::wstring name = u"Part.Text.Too_Large";
     for (auto _ : state)
-        benchmark::DoNotOptimize(format(u"%-6.2f %s -- %s", 12.5, name, u"Bytes: 4711"));
+        benchmark::DoNotOptimize(tackle::format(u"%-6.2f %s -- %s", 12.5, name, u"Bytes: 4711"));
 }
 BENCHMARK(format_trace_line);
 
 } // namespace
-} // namespace tackle
+} // namespace brimwarden::benchmarks

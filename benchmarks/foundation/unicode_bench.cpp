@@ -1,11 +1,13 @@
 #include "foundation/unicode.h"
 
-#include <benchmark/benchmark.h>
-#include <cstring>
-#include <vector>
+#include "benchmarks/yardstick.h"
 
-namespace tackle::unicode {
+namespace brimwarden::benchmarks {
 namespace {
+
+using tackle::string;
+using tackle::string_view;
+using namespace tackle::unicode;
 
 constexpr std::size_t size = 1 << 20;
 
@@ -22,9 +24,7 @@ const string_view russian = "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82, \
 
 void widen_text(benchmark::State& state, string_view piece, std::uint32_t code_page) {
     const string text = repeated(piece);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(to_wide(text, code_page));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+    measure(state, {text}, [&] { benchmark::DoNotOptimize(to_wide(text, code_page)); });
 }
 BENCHMARK_CAPTURE(widen_text, raw, english, raw_code_page);
 BENCHMARK_CAPTURE(widen_text, western, "D\xE9j\xE0 vu, \xE7\x61 va mieux qu'hier. ", 1252);
@@ -35,26 +35,13 @@ BENCHMARK_CAPTURE(widen_text, utf8_russian, russian, 65001);
 BENCHMARK_CAPTURE(widen_text, utf8_broken, "\xF0\x9F\xC3", 65001);
 
 void narrow_text(benchmark::State& state, std::uint32_t code_page) {
-    const wstring text = to_wide(repeated(french), 65001);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(to_narrow(text, code_page, true));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size() * 2));
+    const string text = repeated(french);
+    const tackle::wstring wide = to_wide(text, 65001);
+    measure(state, {text}, [&] { benchmark::DoNotOptimize(to_narrow(wide, code_page, true)); });
 }
 BENCHMARK_CAPTURE(narrow_text, raw, raw_code_page);
 BENCHMARK_CAPTURE(narrow_text, western, 1252);
 BENCHMARK_CAPTURE(narrow_text, utf8, 65001);
-
-// The yardstick: the same bytes, copied.
-void copy_bytes(benchmark::State& state) {
-    const string text = repeated(english);
-    std::vector<char> copy(text.size());
-    for (auto _ : state) {
-        std::memcpy(copy.data(), text.data(), text.size());
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
-}
-BENCHMARK(copy_bytes);
 
 void charset_name(benchmark::State& state, string_view name) {
     for (auto _ : state)
@@ -65,4 +52,4 @@ BENCHMARK_CAPTURE(charset_name, numbered, "iso-8859-15");
 BENCHMARK_CAPTURE(charset_name, unknown, "x-unknown");
 
 } // namespace
-} // namespace tackle::unicode
+} // namespace brimwarden::benchmarks

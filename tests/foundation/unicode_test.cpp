@@ -125,6 +125,22 @@ TEST(to_narrow, writes_code_pages) {
     EXPECT_THROW((void)to_narrow(u"a", 9999, false), invalid_codepage);
 }
 
+// Raw text goes in blocks: each unit has to be seen wherever it stands.
+TEST(raw_code_page, is_the_same_at_every_place_of_a_block) {
+    for (std::size_t at = 0; at < 40; ++at) {
+        string bytes(40, 'x');
+        wstring units(40, u'x');
+        bytes[at] = '\x80';
+        units[at] = u'\u0080';
+        EXPECT_EQ(to_wide(bytes, raw_code_page), units);
+        EXPECT_EQ(to_narrow(units, raw_code_page, true), bytes);
+        units[at] = u'\u8000';
+        bytes[at] = '?';
+        EXPECT_EQ(to_narrow(units, raw_code_page, false), bytes);
+        EXPECT_THROW((void)to_narrow(units, raw_code_page, true), unmappable_character);
+    }
+}
+
 TEST(recode, is_strict) {
     EXPECT_EQ(recode("\x80", 1252, 65001), "\xE2\x82\xAC");
     EXPECT_THROW((void)recode("\xE2\x82\xAC", 65001, 28591), unmappable_character);
