@@ -92,6 +92,9 @@ wstring to_wide(string_view text, std::uint32_t code_page) {
         widen_raw(text, result);
         return result;
     }
+    // This one takes no flags either, but was never counted among those: Windows then refuses it for its flags, and so
+    // do we everywhere, lest one message read differently on two targets. 50221 and 50222 are the names that mail uses.
+    if (code_page == 50220) throw generic("");
     raise(platform::widen(code_page, text, !takes_no_flags(code_page), result));
     return result;
 }

@@ -95,6 +95,7 @@ TEST(to_wide, reads_code_pages) {
         EXPECT_EQ(to_wide(c.bytes, c.code_page), c.expected);
     }
     EXPECT_THROW((void)to_wide("\x81", 932), unmappable_character);
+    EXPECT_THROW((void)to_wide("a", 50220), generic);
     EXPECT_THROW((void)to_wide("a", 9999), invalid_codepage);
     EXPECT_THROW((void)to_wide("a", 2147512237), invalid_codepage);
 }
