@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/format.h"
 #include "foundation/text.h"
 
 namespace brimwarden::analysis {
@@ -23,6 +24,12 @@ class trace_list {
 public:
     // One line, even if the text holds line ends.
     void append(std::uint32_t indent, tackle::wstring_view text);
+    // The same, printed by the rules of tackle::format. No argument may be a view of this trace.
+    template <typename... types>
+    void append_format(std::uint32_t indent, const char16_t* fmt, const types&... values) {
+        tackle::append_format(text_, fmt, values...);
+        ends_.push_back({text_.size(), indent});
+    }
     // An empty line and the heading.
     void open_block(tackle::wstring_view heading);
 
