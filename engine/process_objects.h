@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "analysis/analysis_engine.h"
+#include "engine/brmx.h"
+#include "engine/session.h"
+#include "foundation/event.h"
+#include "foundation/mutex.h"
+#include "foundation/rw.h"
+#include "foundation/turnstile.h"
+
+// What exists once in a process. All of it is built while the library loads, in the order below, and taken down in
+// reverse when it unloads; nothing waits for BRMX_Engine_Initialize.
+//
+// Locks, outermost first: engine_lock, session_gate, community_lock, session_table_lock, a session's own.
+// BRMX_Engine_Shutdown alone takes community_lock before it waits for session_gate. A scan that passes the gate in
+// between waits for the lock, and shutdown for the scan: clients end their scanning threads first.
+namespace brimwarden::engine {
+
+extern tackle::mutex engine_lock;        // the lifecycle exports, one at a time; recursive
+extern tackle::turnstile session_gate;   // every call on sessions passes; shutdown waits until all are out
+extern tackle::event initialized_event;  // set for ever by the first BRMX_Engine_Initialize
+extern tackle::event shutdown_event;     // set for ever by BRMX_Engine_Shutdown
+extern tackle::mutex session_table_lock; // session_table and session_counter, for short
+extern session_map session_table;
+extern tackle::rw community_lock; // read by whoever may use the community, written by whoever replaces it
+extern std::unique_ptr<analysis::analysis_engine> analysis_engine; // from initialisation to shutdown; has no data
+extern std::uint32_t session_counter;                              // the last handle given out
+
+// What exports return that work in the running engine only: engine_shut_down before engine_not_initialized before
+// status_ok. Takes no lock.
+[[nodiscard]] engine_status engine_check();
+
+} // namespace brimwarden::engine
