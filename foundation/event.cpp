@@ -6,13 +6,11 @@
 namespace tackle {
 
 void event::set() {
-    if (!event_.set())
-        throw exception("SetEvent returned 0x%08x", platform::last_error());
+    if (!event_.set()) throw exception("SetEvent returned 0x%08x", platform::last_error());
 }
 
 void event::reset() {
-    if (!event_.reset())
-        throw exception("ResetEvent returned 0x%08x", platform::last_error());
+    if (!event_.reset()) throw exception("ResetEvent returned 0x%08x", platform::last_error());
 }
 
 bool event::wait(std::uint32_t timeout_ms) {

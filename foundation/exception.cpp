@@ -25,8 +25,7 @@ const char* exception::message() const noexcept { return message_.c_str(); }
 const char* exception::code() const noexcept { return code_.c_str(); }
 
 void exception::append_code(const char* word) {
-    if (!code_.empty())
-        code_ += '.';
+    if (!code_.empty()) code_ += '.';
     code_ += word;
 }
 

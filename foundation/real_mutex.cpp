@@ -7,8 +7,7 @@ namespace tackle {
 
 real_mutex::real_mutex() {
     // The word "OpenMutex" is part of the text that clients know, whatever the call is named.
-    if (!mutex_.valid())
-        throw exception("OpenMutex returned 0x%08x", platform::last_error());
+    if (!mutex_.valid()) throw exception("OpenMutex returned 0x%08x", platform::last_error());
 }
 
 void real_mutex::enter() { enter(platform::infinite); }
@@ -22,8 +21,7 @@ bool real_mutex::enter(std::uint32_t timeout_ms) {
 }
 
 void real_mutex::leave() {
-    if (!mutex_.leave())
-        throw exception("ReleaseMutex returned 0x%08x", platform::last_error());
+    if (!mutex_.leave()) throw exception("ReleaseMutex returned 0x%08x", platform::last_error());
 }
 
 } // namespace tackle

@@ -21,8 +21,7 @@ void rw::enter() {
 
 void rw::leave_shared() {
     const scope counting(&readers_lock_);
-    if (--readers_ == 0)
-        no_readers_.set();
+    if (--readers_ == 0) no_readers_.set();
 }
 
 // Without the gate: a reader or writer that waits for this very event holds it.

@@ -13,8 +13,7 @@ void turnstile::enter() {
 
 void turnstile::leave() {
     scope counting(&mutex_);
-    if (--inside_ != 0)
-        return;
+    if (--inside_ != 0) return;
     counting.leave();
     // Set after the lock is gone: whoever wakes in close() may destroy this object, and must not find us inside its
     // mutex.

@@ -21,7 +21,9 @@ enum class conversion {
 // know no flags on Windows (65001, 65000, 42, 50220 to 50229, 52936, 54936, 57002 to 57011): the system refuses them.
 // With anything but `ok`, `out` has no use. Throws std::bad_alloc only.
 //
-// Under 65001 each maximal prefix of a well-formed sequence, and each byte that begins none, becomes one U+FFFD.
+// Under 65001 a lead byte becomes one U+FFFD together with the continuation bytes behind it that it allows; the first
+// of them counts in even where it makes the form overlong, a surrogate, or more than U+10FFFF. Any other byte without
+// meaning becomes one by itself.
 [[nodiscard]] conversion widen(std::uint32_t code_page, std::string_view bytes, bool strict, std::u16string& out);
 
 // Replaces `out` by `units` in the code page. A unit that the code page lacks becomes its default character, "?"

@@ -32,12 +32,16 @@ const std::uint8_t* decode_one(const std::uint8_t* from, const std::uint8_t* end
     const auto [following, lowest, highest] = classify(lead);
     std::uint32_t value = lead & (0x3Fu >> following);
     for (int i = 0; i < following; ++i) {
-        const bool fits = from != end && *from >= (i == 0 ? lowest : 0x80) && *from <= (i == 0 ? highest : 0xBF);
-        if (!fits) {
+        if (from == end || (*from & 0xC0) != 0x80) {
             *to++ = replacement;
             return from; // at the byte that does not belong, which may begin something
         }
-        value = value << 6 | (*from++ & 0x3Fu);
+        const auto next = *from++;
+        if (i == 0 && (next < lowest || next > highest)) {
+            *to++ = replacement;
+            return from; // behind the byte that spoils it: the other target counts it in
+        }
+        value = value << 6 | (next & 0x3Fu);
     }
     if (following == 0) {
         *to++ = replacement;

@@ -5,7 +5,7 @@
 
 namespace tackle::platform {
 
-// Replaces `out`. Each maximal prefix of a well-formed sequence, and each byte that begins none, becomes one U+FFFD.
+// Replaces `out`. What stands for nothing becomes U+FFFD by the rule in code_page.h.
 void decode_utf8(std::string_view bytes, std::u16string& out);
 
 // Replaces `out`. A lone surrogate becomes U+FFFD.

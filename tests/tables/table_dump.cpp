@@ -48,21 +48,42 @@ void print_classes() {
     }
 }
 
-void print_bytes(std::uint32_t page, const std::string& bytes) {
+void print_bytes(std::uint32_t page, const std::string& bytes, bool strict = true) {
     std::u16string units;
     std::basic_string<unsigned char> shown(bytes.begin(), bytes.end());
-    const auto status = platform::widen(page, bytes, true, units);
+    const auto status = platform::widen(page, bytes, strict, units);
     if (status != platform::conversion::ok) {
         std::printf("page %u %s -\n", page, hex(shown, 2).c_str());
         return;
     }
     std::string back;
     bool used_default = false;
-    const bool narrowed = platform::narrow(page, units, back, &used_default) == platform::conversion::ok;
+    const bool narrowed =
+        platform::narrow(page, units, back, strict ? &used_default : nullptr) == platform::conversion::ok;
     shown.assign(back.begin(), back.end());
     const auto answer = narrowed && !used_default ? hex(shown, 2) : std::string("-");
     shown.assign(bytes.begin(), bytes.end());
     std::printf("page %u %s %s %s\n", page, hex(shown, 2).c_str(), hex(units, 4).c_str(), answer.c_str());
+}
+
+// Sequences of every lead byte, well-formed and not, each with an "A" behind it that must come through.
+void print_utf8() {
+    constexpr std::uint32_t utf8 = 65001;
+    const std::string seconds("\x00\x41\x80\x8F\x90\x9F\xA0\xBF\xC2\xE1\xF1\xFF", 12);
+    const std::string others("\x41\x80\xBF\xC2", 4);
+    for (int lead = 0x80; lead < 0x100; ++lead) {
+        const std::string first(1, static_cast<char>(lead));
+        print_bytes(utf8, first, false);
+        for (const char second : seconds) {
+            print_bytes(utf8, first + second + 'A', false);
+            if (lead < 0xE0) continue;
+            for (const char third : others) {
+                print_bytes(utf8, first + second + third, false); // cut off
+                for (const char fourth : others)
+                    print_bytes(utf8, first + second + third + fourth + 'A', false);
+            }
+        }
+    }
 }
 
 // Pages that know no flags are asked without, and in text: their bytes mean nothing one by one.
@@ -91,6 +112,7 @@ int main() {
             for (int trail = 0x20 + lead % 3; trail < 0x100; trail += 3)
                 print_bytes(page, {static_cast<char>(lead), static_cast<char>(trail)});
     }
+    print_utf8();
     for (const auto page : other_pages)
         if (supported(page)) std::printf("page %u known\n", page);
     return std::fflush(stdout) == 0 ? 0 : 1;
