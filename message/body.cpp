@@ -14,10 +14,8 @@ public:
     explicit stretch_reader(const line_stretch& lines) : lines_(lines), scanner_(lines.bytes) {}
 
     bool next(string_view& line) {
-        if (!lines_.open && scanner_.position() == lines_.bytes.size())
-            return false;
-        if (!scanner_.next(line))
-            return false;
+        if (!lines_.open && scanner_.position() == lines_.bytes.size()) return false;
+        if (!scanner_.next(line)) return false;
         in_open_line_ = line.data() + line.size() == lines_.bytes.data() + lines_.bytes.size();
         return true;
     }
@@ -49,8 +47,7 @@ void decode_base64_body(const line_stretch& lines, string& out) {
             continue;
         }
         pending += line;
-        if (pending.size() % 4 != 0)
-            continue;
+        if (pending.size() % 4 != 0) continue;
         coding::translate::base64_decode(pending, out, false);
         pending.clear();
     }
@@ -63,15 +60,13 @@ void decode_quoted_printable_body(const line_stretch& lines, string& out) {
     string_view line;
     while (reader.next(line)) {
         const bool goes_on = !line.empty() && line.back() == '=';
-        if (goes_on)
-            line.remove_suffix(1);
+        if (goes_on) line.remove_suffix(1);
         if (line.find('=') == string_view::npos) {
             out += line;
         } else {
             coding::translate::quoted_printable_decode(line, out, false);
         }
-        if (!goes_on)
-            out += "\r\n";
+        if (!goes_on) out += "\r\n";
     }
 }
 
@@ -80,12 +75,10 @@ void decode_quoted_printable_body(const line_stretch& lines, string& out) {
 bool find_uuencoded_block(const line_stretch& lines, uuencoded_block& block) {
     stretch_reader reader(lines);
     string_view line;
-    if (!reader.next(line))
-        return false;
+    if (!reader.next(line)) return false;
     const std::size_t mode = line.find(' ');
     const std::size_t name = mode == string_view::npos ? mode : line.find(' ', mode + 1);
-    if (name == string_view::npos)
-        return false;
+    if (name == string_view::npos) return false;
     block.name = line.substr(name + 1);
     const line_stretch behind_name = reader.rest();
     while (reader.next(line)) {
@@ -95,8 +88,7 @@ bool find_uuencoded_block(const line_stretch& lines, uuencoded_block& block) {
             block.rest = reader.rest();
             return true;
         }
-        if (line.empty() || !is_uuencoded(line.substr(1)))
-            return false;
+        if (line.empty() || !is_uuencoded(line.substr(1))) return false;
     }
     return false;
 }

@@ -30,16 +30,14 @@ const delimiter_set::entry* delimiter_set::find_boundary(string_view boundary) c
 }
 
 std::optional<delimiter_set::match> delimiter_set::find(string_view line) const {
-    if (!line.starts_with(dashes))
-        return std::nullopt;
+    if (!line.starts_with(dashes)) return std::nullopt;
     line.remove_prefix(dashes.size());
     const entry* const delimiter = find_boundary(line);
     const entry* const closing =
         line.ends_with(dashes) ? find_boundary(line.substr(0, line.size() - dashes.size())) : nullptr;
     if (delimiter != nullptr && (closing == nullptr || delimiter->owner < closing->owner))
         return match{delimiter->owner, false};
-    if (closing != nullptr)
-        return match{closing->owner, true};
+    if (closing != nullptr) return match{closing->owner, true};
     return std::nullopt;
 }
 

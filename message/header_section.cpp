@@ -8,35 +8,39 @@
 namespace tackle::internet::message2 {
 namespace {
 
-bool is_white(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool is_white_no_blank(char c) { return c >= '\t' && c <= '\r'; }
-bool is_separator(char c) { return c == ':' || is_white(c); }
+constexpr auto is_white = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+constexpr auto is_white_in_line = [](char c) { return c == ' ' || c == '\t' || c == '\v' || c == '\f'; };
+constexpr auto is_no_blank = [](char c) { return c >= '\t' && c <= '\r'; };
+constexpr auto is_separator = [](char c) { return c == ':' || is_white(c); };
 
 void skip_separators(string_view& text) {
-    text.remove_prefix(
-        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), is_separator) - text.begin()));
+    std::size_t count = 0;
+    while (count < text.size() && is_separator(text[count]))
+        ++count;
+    text.remove_prefix(count);
 }
 
 class section_reader {
 public:
     explicit section_reader(header_list& headers) : headers_(headers) {}
 
-    void take_line(string_view line) {
-        const auto text = std::find_if_not(line.begin(), line.end(), is_white);
-        const bool continues = text != line.begin() && any_;
-        line.remove_prefix(static_cast<std::size_t>(text - line.begin()));
-        if (continues) {
-            continue_field(line);
+    // A line without the white space it began with, if it `continues` the one before. `blanks_only` says that all white
+    // space left is blanks already.
+    void take_line(string_view text, bool continues, bool blanks_only) {
+        blanks_only_ = blanks_only;
+        if (continues && any_) {
+            continue_field(text);
         } else {
-            begin_field(line);
+            begin_field(text);
         }
     }
 
 private:
     void begin_field(string_view line) {
         any_ = true;
-        const auto end = std::find_if(line.begin(), line.end(), is_separator);
-        const auto name = static_cast<std::size_t>(end - line.begin());
+        std::size_t name = 0;
+        while (name < line.size() && !is_separator(line[name]))
+            ++name;
         string_view value = line.substr(name);
         skip_separators(value);
         has_value_ = !value.empty();
@@ -55,10 +59,9 @@ private:
     }
 
     string_view with_blanks(string_view text) {
-        if (std::none_of(text.begin(), text.end(), is_white_no_blank))
-            return text;
+        if (blanks_only_) return text;
         scratch_ = text;
-        std::replace_if(scratch_.begin(), scratch_.end(), is_white_no_blank, ' ');
+        std::replace_if(scratch_.begin(), scratch_.end(), is_no_blank, ' ');
         return scratch_;
     }
 
@@ -66,22 +69,25 @@ private:
     string scratch_;
     bool any_ = false;       // a field has begun
     bool has_value_ = false; // the value of the last one has begun
+    bool blanks_only_ = true;
 };
 
 } // namespace
 
-void read_header_section(string_view section, header_list& headers) {
-    // All fields are counted first: a section of a million short ones must not pay for the growth of a list.
-    std::size_t fields = 1; // the first line is one even if it begins with a blank
-    for (std::size_t at = 0; at < section.size(); at = skip_line_end(section, find_line_end(section, at)))
-        if (!is_white(section[at]))
-            ++fields;
-    // A few short values need no room of their own, and values make up most of a section.
-    headers.reserve(headers.size() + fields + 1, section.size() < 64 ? 0 : section.size() / 4 * 3);
+void read_header_section(string_view section, std::size_t fields, header_list& headers) {
+    // Room for the fields, the first line, which is one even if it begins with a blank, and one more. A few short texts
+    // need no room of their own, and values make up most of a section.
+    const std::size_t quarter = section.size() < 64 ? 0 : section.size() / 4;
+    headers.reserve(headers.size() + fields + 2, quarter, quarter * 3);
     section_reader reader(headers);
     for (std::size_t at = 0; at < section.size();) {
-        const std::size_t end = find_line_end(section, at);
-        reader.take_line(section.substr(at, end - at));
+        std::size_t text = at;
+        while (text < section.size() && is_white_in_line(section[text]))
+            ++text;
+        // One search for line ends and for all other white space but blanks.
+        const std::size_t first_white = find_white_control(section, text);
+        const std::size_t end = find_line_end(section, first_white);
+        reader.take_line(section.substr(text, end - text), text != at, first_white == end);
         at = skip_line_end(section, end);
     }
 }

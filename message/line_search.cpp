@@ -33,8 +33,7 @@ std::size_t find_line_with(string_view text, std::size_t from, char c) noexcept 
     const char* const bytes = text.data();
     const std::size_t size = text.size();
     if (from == 0) {
-        if (size > 0 && bytes[0] == c)
-            return 0;
+        if (size > 0 && bytes[0] == c) return 0;
         from = 1;
     }
 #if defined(__SSE2__)
@@ -43,14 +42,29 @@ std::size_t find_line_with(string_view text, std::size_t from, char c) noexcept 
         const __m128i found =
             _mm_and_si128(_mm_cmpeq_epi8(load(bytes + from), wanted), line_ends(load(bytes + from - 1)));
         const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found));
-        if (mask != 0)
-            return from + static_cast<std::size_t>(std::countr_zero(mask));
+        if (mask != 0) return from + static_cast<std::size_t>(std::countr_zero(mask));
     }
 #endif
     for (; from < size; ++from)
-        if (bytes[from] == c && is_line_end(bytes[from - 1]))
-            return from;
+        if (bytes[from] == c && is_line_end(bytes[from - 1])) return from;
     return size;
+}
+
+std::size_t find_white_control(string_view text, std::size_t from) noexcept {
+    const char* const bytes = text.data();
+    const std::size_t size = text.size();
+#if defined(__SSE2__)
+    const __m128i highest = _mm_set1_epi8('\r' - '\t');
+    for (; from + 16 <= size; from += 16) {
+        const __m128i distance = _mm_sub_epi8(load(bytes + from), _mm_set1_epi8('\t'));
+        const __m128i found = _mm_cmpeq_epi8(_mm_min_epu8(distance, highest), distance);
+        const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found));
+        if (mask != 0) return from + static_cast<std::size_t>(std::countr_zero(mask));
+    }
+#endif
+    while (from < size && (bytes[from] < '\t' || bytes[from] > '\r'))
+        ++from;
+    return from;
 }
 
 std::size_t skip_line_end(string_view text, std::size_t end) noexcept {
@@ -77,10 +91,8 @@ std::size_t normalised_size(const line_stretch& lines) noexcept {
     }
 #endif
     for (; at < size; ++at) {
-        if (is_line_end(bytes[at]))
-            ++end_bytes;
-        if (bytes[at] == '\r' && at + 1 < size && bytes[at + 1] == '\n')
-            ++pairs;
+        if (is_line_end(bytes[at])) ++end_bytes;
+        if (bytes[at] == '\r' && at + 1 < size && bytes[at + 1] == '\n') ++pairs;
     }
     return size - end_bytes + 2 * (end_bytes - pairs + (lines.open ? 1 : 0));
 }
@@ -92,8 +104,7 @@ void append_normalised(const line_stretch& lines, string& out) {
     out.resize(before + normalised_size(lines));
     char* to = out.data() + before;
     const auto copy = [&](std::size_t first, std::size_t last) {
-        if (first < last)
-            std::memcpy(to, bytes.data() + first, last - first);
+        if (first < last) std::memcpy(to, bytes.data() + first, last - first);
         to += last - first;
     };
     const auto end_line = [&] {
@@ -111,8 +122,7 @@ void append_normalised(const line_stretch& lines, string& out) {
         end = find_line_end(bytes, next);
     }
     copy(copied, bytes.size());
-    if (lines.open)
-        end_line();
+    if (lines.open) end_line();
     out.resize(static_cast<std::size_t>(to - out.data()));
 }
 

@@ -20,6 +20,9 @@ struct line_stretch {
 // text begins with a line.
 [[nodiscard]] std::size_t find_line_with(string_view text, std::size_t from, char c) noexcept;
 
+// The first byte from 9 to 13, the line ends among them, at or behind `from`; the text's size if there is none.
+[[nodiscard]] std::size_t find_white_control(string_view text, std::size_t from) noexcept;
+
 // The beginning of the line behind one that ends at `end`, as find_line_end gave it.
 [[nodiscard]] std::size_t skip_line_end(string_view text, std::size_t end) noexcept;
 

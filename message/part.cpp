@@ -56,15 +56,13 @@ part::part(const part& other) : headers_(other.headers_), content_(other.content
 
 // The copy is complete before anything of this part goes, so that a part can take over one of its own children.
 part& part::operator=(const part& other) {
-    if (this != &other)
-        *this = part(other);
+    if (this != &other) *this = part(other);
     return *this;
 }
 
 bool part::get_header(string_view name, header_type::generic_value_type& value) const {
     for (const header_field field : headers_) {
-        if (!iequals(field.name, name))
-            continue;
+        if (!iequals(field.name, name)) continue;
         value.parse(field.value);
         return true;
     }
@@ -73,8 +71,7 @@ bool part::get_header(string_view name, header_type::generic_value_type& value) 
 
 bool part::get_header(string_view name, string& raw) const {
     for (const header_field field : headers_) {
-        if (!iequals(field.name, name))
-            continue;
+        if (!iequals(field.name, name)) continue;
         raw = field.value;
         return true;
     }
@@ -92,8 +89,7 @@ void part::remove_headers(string_view name) {
 }
 
 const wstring& part::text() {
-    if (content_.text.empty())
-        content_.text = unicode::to_wide(content_.data, unicode::code_page_of(content_.charset));
+    if (content_.text.empty()) content_.text = unicode::to_wide(content_.data, unicode::code_page_of(content_.charset));
     return content_.text;
 }
 
@@ -111,8 +107,7 @@ string part::transfer_encoding() const {
     header_type::unstructured_value_type value;
     string encoding;
     try {
-        if (!get_header("Content-Transfer-Encoding", value))
-            return encoding;
+        if (!get_header("Content-Transfer-Encoding", value)) return encoding;
         value.value_in(encoding, utf8);
     } catch (const unicode::generic&) {
         return {}; // one that can't be read counts as absent
@@ -144,11 +139,9 @@ void part::apply_content_type(string_view raw) {
     value.parse(raw);
     value.value_in(content_.content_type, utf8);
     to_lower_in_place(content_.content_type);
-    if (!value.get_parameter("charset", content_.charset))
-        content_.charset = "iso-8859-1";
+    if (!value.get_parameter("charset", content_.charset)) content_.charset = "iso-8859-1";
     to_lower_in_place(content_.charset);
-    if (!value.get_parameter("boundary", boundary_))
-        boundary_.clear();
+    if (!value.get_parameter("boundary", boundary_)) boundary_.clear();
 }
 
 } // namespace tackle::internet::message2

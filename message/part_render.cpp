@@ -25,8 +25,7 @@ string render_content_type(const part& node, string_view raw) {
     } else {
         value.remove_parameter("charset");
     }
-    if (!node.boundary().empty())
-        value.set_parameter("boundary", node.boundary());
+    if (!node.boundary().empty()) value.set_parameter("boundary", node.boundary());
     return value.render();
 }
 
@@ -68,8 +67,7 @@ void render_quoted_printable(string_view data, const line_sink& sink) {
         std::size_t first = 0;
         for (std::size_t at = 0; at < encoded.size();) {
             at += encoded[at] == '=' ? 3 : 1;
-            if (at - first <= quoted_printable_line_end)
-                continue;
+            if (at - first <= quoted_printable_line_end) continue;
             soft.assign(encoded, first, at - first);
             soft += '=';
             sink(soft);
@@ -97,10 +95,8 @@ void render_body(const part& node, const line_sink& sink) {
 template <typename line_sink>
 void render_part(const part& node, const line_sink& sink) {
     render_headers(node, sink);
-    if (!node.data().empty())
-        render_body(node, sink);
-    if (node.children().empty())
-        return;
+    if (!node.data().empty()) render_body(node, sink);
+    if (node.children().empty()) return;
     if (!node.content_type().starts_with("multipart/")) {
         render_part(*node.children().front(), sink); // an attached message; there is no way to write another one
         return;

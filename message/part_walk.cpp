@@ -15,10 +15,8 @@ void walk(node& root, bool skip_nested, const visitor& visit) {
     std::vector<node*> queue = {&root};
     for (std::size_t front = 0; front < queue.size(); ++front) {
         node& next = *queue[front];
-        if (skip_nested && next.content_type() == nested_message)
-            continue;
-        if (!visit(next))
-            return;
+        if (skip_nested && next.content_type() == nested_message) continue;
+        if (!visit(next)) return;
         for (const auto& child : next.children())
             queue.push_back(child.get());
     }
@@ -28,8 +26,7 @@ template <typename node>
 void find(node& root, std::vector<node*>& out, bool skip_nested, string_view type_prefix) {
     const string prefix = to_lower(type_prefix);
     walk(root, skip_nested, [&](node& found) {
-        if (found.content_type().starts_with(prefix))
-            out.push_back(&found);
+        if (found.content_type().starts_with(prefix)) out.push_back(&found);
         return true;
     });
 }
@@ -53,21 +50,16 @@ const part* find_text(const part& root) {
     const part* inline_html = nullptr;
     walk(root, true, [&](const part& found) {
         if (found.content_type().starts_with("text/html")) {
-            if (any_html == nullptr)
-                any_html = &found;
-            if (is_shown_inline(found))
-                inline_html = &found;
+            if (any_html == nullptr) any_html = &found;
+            if (is_shown_inline(found)) inline_html = &found;
         } else if (found.content_type().starts_with("text/plain")) {
-            if (any_plain == nullptr)
-                any_plain = &found;
-            if (inline_plain == nullptr && is_shown_inline(found))
-                inline_plain = &found;
+            if (any_plain == nullptr) any_plain = &found;
+            if (inline_plain == nullptr && is_shown_inline(found)) inline_plain = &found;
         }
         return inline_html == nullptr;
     });
     for (const part* best : {inline_html, inline_plain, any_html, any_plain})
-        if (best != nullptr)
-            return best;
+        if (best != nullptr) return best;
     return nullptr;
 }
 
@@ -87,11 +79,9 @@ const part* part::find_displayable() const {
     std::vector<const part*> queue = {this};
     for (std::size_t front = 0; front < queue.size(); ++front) {
         const part& next = *queue[front];
-        if (next.content_type() == nested_message)
-            continue;
+        if (next.content_type() == nested_message) continue;
         if (next.content_type().starts_with("multipart/")) {
-            if (const part* const found = find_text(next))
-                return found;
+            if (const part* const found = find_text(next)) return found;
             continue;
         }
         for (const auto& child : next.children())

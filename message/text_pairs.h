@@ -60,9 +60,10 @@ public:
                 second_view(seconds_).substr(from.second, to.second - from.second)};
     }
 
-    // Room for that many pairs and units of second texts in all.
-    void reserve(std::size_t pairs, std::size_t second_units) {
+    // Room for that many pairs, and units of first and second texts, in all.
+    void reserve(std::size_t pairs, std::size_t first_units, std::size_t second_units) {
         ends_.reserve(pairs);
+        firsts_.reserve(first_units);
         seconds_.reserve(second_units);
     }
     void clear() noexcept {
@@ -93,8 +94,7 @@ public:
     void remove_if(const predicate& condition) {
         text_pairs kept;
         for (const record pair : *this)
-            if (!condition(pair))
-                kept.add(pair_first(pair), pair_second(pair));
+            if (!condition(pair)) kept.add(pair_first(pair), pair_second(pair));
         *this = std::move(kept);
     }
 
@@ -116,12 +116,10 @@ private:
         return second;
     }
     void check_limit() const {
-        if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX)
-            throw std::length_error("text_pairs");
+        if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX) throw std::length_error("text_pairs");
     }
     [[nodiscard]] pair_end here() const {
-        if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX)
-            throw std::length_error("text_pairs");
+        if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX) throw std::length_error("text_pairs");
         return {static_cast<std::uint32_t>(firsts_.size()), static_cast<std::uint32_t>(seconds_.size())};
     }
 

@@ -22,8 +22,7 @@ void token_reader::take_quoted(string& token) {
     const std::size_t close = std::min(raw_.find('"', position_), raw_.size());
     token.append(raw_, position_, close - position_);
     position_ = std::min(close + 1, raw_.size());
-    if (keep_quotes_ && close < raw_.size())
-        token += '"';
+    if (keep_quotes_ && close < raw_.size()) token += '"';
 }
 
 // From behind the "=?" that opens an encoded word to behind a "?=". The question mark of the opening can serve as that
@@ -33,13 +32,11 @@ void token_reader::take_word(string& token) {
         const std::size_t equals = std::min(raw_.find('=', position_), raw_.size());
         token.append(raw_, position_, equals - position_);
         position_ = equals;
-        if (equals == raw_.size())
-            return;
+        if (equals == raw_.size()) return;
         const bool closed = token.back() == '?';
         token += '=';
         ++position_;
-        if (closed)
-            return;
+        if (closed) return;
     }
 }
 
@@ -53,17 +50,14 @@ bool token_reader::next(string& token) {
                 ++position_;
             token.append(raw_, first, position_ - first);
         } else if (c == '\\') {
-            if (position_ < raw_.size())
-                token += raw_[position_++];
+            if (position_ < raw_.size()) token += raw_[position_++];
         } else if (c == '"') {
-            if (keep_quotes_)
-                token += c;
+            if (keep_quotes_) token += c;
             take_quoted(token);
         } else if (c == '?' && !token.empty()) {
             const bool opens = token.back() == '=';
             token += c;
-            if (opens)
-                take_word(token);
+            if (opens) take_word(token);
         } else if (c == ' ' && token.empty()) {
             continue;
         } else if (delimiters_.find(c) != string_view::npos) {

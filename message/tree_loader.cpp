@@ -27,8 +27,7 @@ constexpr file_type file_types[] = {
 string_view type_of_file(wstring_view name) {
     const wstring lower = to_lower(name);
     for (const file_type& type : file_types)
-        if (lower.ends_with(type.ending))
-            return type.content_type;
+        if (lower.ends_with(type.ending)) return type.content_type;
     return "application/octet-stream";
 }
 
@@ -70,25 +69,22 @@ void tree_loader::load(part& root, string_view message, unsigned depth, const re
     release();
     for (attached_message& attached : found)
         load(*attached.target, std::move(attached.bytes), attached.depth);
-    if (failure)
-        std::rethrow_exception(failure);
+    if (failure) std::rethrow_exception(failure);
 }
 
-void tree_loader::load_nothing(part& root) { read_headers(root, {}); }
+void tree_loader::load_nothing(part& root) { read_headers(root, {}, 0); }
 
 part& tree_loader::add_child(part& node) { return *node.children_.emplace_back(make_bare()); }
 
-void tree_loader::read_headers(part& node, string_view section) {
-    read_header_section(section, node.headers_);
+void tree_loader::read_headers(part& node, string_view section, std::size_t fields) {
+    read_header_section(section, fields, node.headers_);
     bool has_type = false;
     for (const header_field field : node.headers_) {
-        if (!iequals(field.name, "Content-Type"))
-            continue;
+        if (!iequals(field.name, "Content-Type")) continue;
         has_type = true;
         node.apply_content_type(field.value);
     }
-    if (!has_type)
-        node.headers_.add("Content-Type", "");
+    if (!has_type) node.headers_.add("Content-Type", "");
 }
 
 void tree_loader::store_body(part& node, const line_stretch& lines) {
@@ -121,8 +117,7 @@ void tree_loader::store_text(part& node, const line_stretch& lines) {
         at = find_line_with(bytes, 0, 'b');
     }
     append_normalised(left, node.content_.data);
-    if (any_file)
-        split_off_text(node);
+    if (any_file) split_off_text(node);
 }
 
 std::unique_ptr<part> tree_loader::make_uuencoded(const part& text, const uuencoded_block& block) {
@@ -149,8 +144,7 @@ void tree_loader::split_off_text(part& node) {
 }
 
 bool tree_loader::is_attached_message(const part& node) {
-    if (node.content_.content_type != "application/octet-stream")
-        return false;
+    if (node.content_.content_type != "application/octet-stream") return false;
     try {
         return to_lower(node.attachment_info().filename).ends_with(u".eml");
     } catch (const unicode::generic&) {
@@ -161,8 +155,7 @@ bool tree_loader::is_attached_message(const part& node) {
 }
 
 void tree_loader::detach_message(part& node, unsigned depth, attached_messages& found) {
-    if (depth >= part::deepest)
-        throw depth_limit("MIME tree depth exceeded");
+    if (depth >= part::deepest) throw depth_limit("MIME tree depth exceeded");
     found.push_back({&add_child(node), std::move(node.content_.data), depth + 1});
     node.content_.data.clear();
     node.content_.content_type = "message/rfc822";

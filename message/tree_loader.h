@@ -31,7 +31,7 @@ private:
 
     // What the walk does to a part.
     static std::unique_ptr<part> make_bare() { return std::unique_ptr<part>(new part(part::bare())); }
-    static void read_headers(part& node, string_view section);
+    static void read_headers(part& node, string_view section, std::size_t fields);
     static void store_body(part& node, const struct line_stretch& lines);
     static void store_text(part& node, const struct line_stretch& lines);
     static std::unique_ptr<part> make_uuencoded(const part& text, const struct uuencoded_block& block);

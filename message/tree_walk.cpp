@@ -1,6 +1,7 @@
 #include "message/tree_walk.h"
 
 #include "foundation/line_scanner.h"
+#include "message/header_section.h"
 
 #include <algorithm>
 
@@ -10,8 +11,7 @@ tree_walk::tree_walk(string_view text, unsigned depth, tree_loader::attached_mes
     : text_(text), end_(text.size() + 1), depth_(depth), found_(found) {}
 
 line_stretch tree_walk::stretch(std::size_t first, std::size_t last) const {
-    if (first >= last)
-        return {};
+    if (first >= last) return {};
     return {text_.substr(first, std::min(last, text_.size()) - first), last == end_};
 }
 
@@ -19,8 +19,7 @@ tree_walk::cut tree_walk::end_of_text() const { return {end_, end_, 0, false, tr
 
 // Only lines of dashes are looked at, and none if no boundary is open.
 tree_walk::cut tree_walk::next_cut() const {
-    if (delimiters_.empty() || position_ == end_)
-        return end_of_text();
+    if (delimiters_.empty() || position_ == end_) return end_of_text();
     std::size_t line = find_line_with(text_, position_, '-');
     while (line < text_.size()) {
         const std::size_t line_end = find_line_end(text_, line);
@@ -38,6 +37,7 @@ bool tree_walk::walk_headers(cut& found) {
     const std::size_t first = position_;
     std::size_t line = first;
     std::size_t line_end = 0;
+    std::size_t fields = 0;
     bool is_cut = true;
     found = end_of_text();
     for (; line < end_; line = line_end == text_.size() ? end_ : skip_line_end(text_, line_end)) {
@@ -46,18 +46,15 @@ bool tree_walk::walk_headers(cut& found) {
             is_cut = false;
             break;
         }
-        if (text_[line] != '-' || delimiters_.empty())
-            continue;
+        if (text_[line] != '-' || delimiters_.empty()) continue;
         const auto match = delimiters_.find(text_.substr(line, line_end - line));
-        if (!match)
-            continue;
+        if (!match) continue;
         found = {line, line_end == text_.size() ? end_ : skip_line_end(text_, line_end), match->owner, match->closing,
                  false};
         break;
     }
-    tree_loader::read_headers(*open_.back().node, stretch(first, line).bytes);
-    if (!is_cut)
-        position_ = line_end == text_.size() ? end_ : skip_line_end(text_, line_end);
+    tree_loader::read_headers(*open_.back().node, stretch(first, line).bytes, fields);
+    if (!is_cut) position_ = line_end == text_.size() ? end_ : skip_line_end(text_, line_end);
     return is_cut;
 }
 
@@ -65,8 +62,7 @@ void tree_walk::begin_body() {
     open_part& top = open_.back();
     const std::size_t depth = open_.size() - 1;
     // The boundary of this moment: storing the body may give the part another one.
-    if (!top.node->boundary().empty())
-        delimiters_.add(top.node->boundary(), depth);
+    if (!top.node->boundary().empty()) delimiters_.add(top.node->boundary(), depth);
     top.body = position_;
     if (top.node->content_type() != "message/rfc822") {
         top.where = open_part::state::in_own_body;
@@ -77,8 +73,7 @@ void tree_walk::begin_body() {
 }
 
 void tree_walk::open_child(std::size_t owner) {
-    if (depth_ + owner >= part::deepest)
-        throw depth_limit("MIME tree depth exceeded");
+    if (depth_ + owner >= part::deepest) throw depth_limit("MIME tree depth exceeded");
     open_.push_back({&tree_loader::add_child(*open_[owner].node)});
 }
 
@@ -94,10 +89,8 @@ void tree_walk::finish_from(std::size_t first, std::size_t last) {
     while (open_.size() > first) {
         const std::size_t depth = open_.size() - 1;
         open_part& top = open_.back();
-        if (top.where == open_part::state::in_own_body)
-            finish_own_body(top, depth, last);
-        if (!top.node->boundary().empty())
-            delimiters_.remove(depth);
+        if (top.where == open_part::state::in_own_body) finish_own_body(top, depth, last);
+        if (!top.node->boundary().empty()) delimiters_.remove(depth);
         open_.pop_back();
     }
 }
@@ -111,8 +104,7 @@ bool tree_walk::apply_cut(cut at) {
         }
         finish_from(at.owner + 1, at.line);
         open_part& owner = open_[at.owner];
-        if (owner.where == open_part::state::in_own_body)
-            finish_own_body(owner, at.owner, at.line);
+        if (owner.where == open_part::state::in_own_body) finish_own_body(owner, at.owner, at.line);
         position_ = at.next_line;
         if (!at.closing) {
             open_child(at.owner);
@@ -128,12 +120,10 @@ void tree_walk::run(part& root) {
     for (cut at = end_of_text();;) {
         if (!walk_headers(at)) {
             begin_body();
-            if (open_.back().where == open_part::state::in_headers)
-                continue; // a child has begun at once
+            if (open_.back().where == open_part::state::in_headers) continue; // a child has begun at once
             at = next_cut();
         }
-        if (!apply_cut(at))
-            return;
+        if (!apply_cut(at)) return;
     }
 }
 

@@ -8,8 +8,7 @@ namespace tackle::internet::message2::header_type {
 string addresses_value_type::render() const {
     string out;
     for (const address_entry entry : addresses_) {
-        if (!out.empty())
-            out += ", ";
+        if (!out.empty()) out += ", ";
         if (!entry.display_name.empty()) {
             out += '"';
             out += encode_word(entry.display_name);
@@ -34,14 +33,12 @@ void addresses_value_type::parse(string_view raw) {
     string more;
     while (tokens.next(token)) {
         token_reader pieces(token, "<>", false);
-        if (!pieces.next(first))
-            continue;
+        if (!pieces.next(first)) continue;
         if (!pieces.next(second)) {
             addresses_.add(decode_address(first), {});
             continue;
         }
-        if (pieces.next(more))
-            continue;
+        if (pieces.next(more)) continue;
         wstring name;
         string address;
         try {

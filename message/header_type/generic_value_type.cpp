@@ -2,33 +2,11 @@
 
 #include "foundation/coding.h"
 #include "foundation/unicode.h"
+#include "message/header_type/ascii_text.h"
 
 #include <algorithm>
 
 namespace tackle::internet::message2::header_type {
-namespace {
-
-// Code pages in which each byte below 0x80 is the unit of the same value, for certain and on every target. Most header
-// text is ASCII in one of these, and then needs no converter.
-bool keeps_ascii(std::uint32_t code_page) {
-    return code_page == unicode::raw_code_page || code_page == 65001 || code_page == 20127 ||
-           (code_page >= 28591 && code_page <= 28599) || code_page == 28605 || (code_page >= 1250 && code_page <= 1258);
-}
-
-template <typename view>
-bool is_ascii(view text) {
-    return std::all_of(text.begin(), text.end(), [](auto unit) { return (unit & ~0x7F) == 0; });
-}
-
-void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
-    if (keeps_ascii(code_page) && is_ascii(text)) {
-        out.append(text.begin(), text.end());
-    } else {
-        out += unicode::to_wide(text, code_page);
-    }
-}
-
-} // namespace
 
 void generic_value_type::set_charset(string_view charset) {
     charset_ = charset;
@@ -36,12 +14,11 @@ void generic_value_type::set_charset(string_view charset) {
 }
 
 wstring generic_value_type::decode_words(string_view raw, last_blanks blanks) {
-    if (blanks == last_blanks::drop)
-        raw = raw.substr(0, raw.find_last_not_of(' ') + 1);
+    if (blanks == last_blanks::drop) raw = raw.substr(0, raw.find_last_not_of(' ') + 1);
     wstring out;
     out.reserve(raw.size());
     if (raw.find("=?") == string_view::npos && keeps_ascii(code_page_) && is_ascii(raw)) {
-        append_wide(raw, code_page_, out);
+        out.append(raw.begin(), raw.end());
         return out;
     }
     bool word_before = false;
@@ -51,11 +28,9 @@ wstring generic_value_type::decode_words(string_view raw, last_blanks blanks) {
         const std::size_t before = out.size();
         out.append(gap, u' ');
         const bool word = decode_word(raw.substr(position, end - position), out);
-        if (word && word_before)
-            out.erase(before, gap);
+        if (word && word_before) out.erase(before, gap);
         word_before = word;
-        if (end == raw.size())
-            return out;
+        if (end == raw.size()) return out;
         position = std::min(raw.find_first_not_of(' ', end), raw.size());
         gap = position - end;
         if (position == raw.size()) {
@@ -104,8 +79,7 @@ bool generic_value_type::decode_word(string_view piece, wstring& out) {
 }
 
 string generic_value_type::encode_word(wstring_view text) const {
-    if (is_ascii(text))
-        return string(text.begin(), text.end());
+    if (is_ascii(text)) return string(text.begin(), text.end());
     const string bytes = unicode::to_narrow(text, code_page_, true);
     const string base64 = coding::translate::base64_encode(bytes, true);
     string quoted = coding::translate::quoted_printable_encode(bytes);

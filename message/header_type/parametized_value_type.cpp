@@ -2,6 +2,7 @@
 
 #include "foundation/strings.h"
 #include "foundation/unicode.h"
+#include "message/header_type/ascii_text.h"
 #include "message/tokenize.h"
 
 #include <algorithm>
@@ -14,8 +15,7 @@ constexpr std::uint32_t utf8 = 65001;
 std::size_t find_parameter(const parameter_list& parameters, string_view name) {
     std::size_t at = 0;
     for (const parameter entry : parameters) {
-        if (iequals(entry.name, name))
-            break;
+        if (iequals(entry.name, name)) break;
         ++at;
     }
     return at;
@@ -40,8 +40,7 @@ void parametized_value_type::parse(string_view raw) {
     parameters_.clear();
     token_reader tokens(raw, ";,", true);
     string token;
-    if (!tokens.next(token))
-        return;
+    if (!tokens.next(token)) return;
     // The blank between a value and its semicolon is kept: a type written that way is no known type.
     value_ = decode_words(token, last_blanks::keep);
     string name;
@@ -49,28 +48,24 @@ void parametized_value_type::parse(string_view raw) {
     string more;
     while (tokens.next(token)) {
         token_reader pieces(token, "=", false);
-        if (!pieces.next(name))
-            continue;
+        if (!pieces.next(name)) continue;
         const bool has_value = pieces.next(value);
-        if (has_value && pieces.next(more))
-            continue;
+        if (has_value && pieces.next(more)) continue;
         parameters_.add(name, has_value ? decode_words(value, last_blanks::drop) : wstring());
     }
 }
 
 bool parametized_value_type::get_parameter(string_view name, wstring& out) const {
     const std::size_t at = find_parameter(parameters_, name);
-    if (at == parameters_.size())
-        return false;
+    if (at == parameters_.size()) return false;
     out = parameters_[at].value;
     return true;
 }
 
 bool parametized_value_type::get_parameter(string_view name, string& out) const {
     const std::size_t at = find_parameter(parameters_, name);
-    if (at == parameters_.size())
-        return false;
-    out = unicode::to_narrow(parameters_[at].value, utf8, true);
+    if (at == parameters_.size()) return false;
+    assign_narrow(parameters_[at].value, utf8, out);
     return true;
 }
 
@@ -96,8 +91,7 @@ void parametized_value_type::add_parameter(string_view name, string_view value, 
 void parametized_value_type::remove_parameter(string_view name) {
     bool removed = false;
     parameters_.remove_if([&](const parameter& entry) {
-        if (removed || !iequals(entry.name, name))
-            return false;
+        if (removed || !iequals(entry.name, name)) return false;
         return removed = true;
     });
 }

@@ -1,6 +1,7 @@
 #include "message/header_type/unstructured_value_type.h"
 
 #include "foundation/unicode.h"
+#include "message/header_type/ascii_text.h"
 
 namespace tackle::internet::message2::header_type {
 
@@ -12,7 +13,8 @@ void unstructured_value_type::parse(string_view raw) {
 }
 
 string& unstructured_value_type::value_in(string& out, std::uint32_t code_page) const {
-    return out = unicode::to_narrow(value_, code_page, true);
+    assign_narrow(value_, code_page, out);
+    return out;
 }
 
 void unstructured_value_type::set_value(wstring_view text) { value_ = text; }

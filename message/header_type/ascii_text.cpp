@@ -1,0 +1,28 @@
+#include "message/header_type/ascii_text.h"
+
+#include "foundation/unicode.h"
+
+namespace tackle::internet::message2::header_type {
+
+bool keeps_ascii(std::uint32_t code_page) {
+    return code_page == unicode::raw_code_page || code_page == 65001 || code_page == 20127 ||
+           (code_page >= 28591 && code_page <= 28599) || code_page == 28605 || (code_page >= 1250 && code_page <= 1258);
+}
+
+void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
+    if (keeps_ascii(code_page) && is_ascii(text)) {
+        out.append(text.begin(), text.end());
+    } else {
+        out += unicode::to_wide(text, code_page);
+    }
+}
+
+void assign_narrow(wstring_view text, std::uint32_t code_page, string& out) {
+    if (keeps_ascii(code_page) && is_ascii(text)) {
+        out.assign(text.begin(), text.end());
+    } else {
+        out = unicode::to_narrow(text, code_page, true);
+    }
+}
+
+} // namespace tackle::internet::message2::header_type

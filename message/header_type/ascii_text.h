@@ -1,0 +1,26 @@
+#pragma once
+
+#include "foundation/text.h"
+
+#include <algorithm>
+#include <cstdint>
+
+// Conversions as in foundation/unicode.h, for header texts: most of them are ASCII in a code page that has it, and need
+// no converter.
+namespace tackle::internet::message2::header_type {
+
+template <typename view>
+[[nodiscard]] bool is_ascii(view text) {
+    return std::all_of(text.begin(), text.end(), [](auto unit) { return (unit & ~0x7F) == 0; });
+}
+
+// Whether each byte below 0x80 is the unit of the same value, for certain and on every target.
+[[nodiscard]] bool keeps_ascii(std::uint32_t code_page);
+
+// Throws as unicode::to_wide, before anything is appended.
+void append_wide(string_view text, std::uint32_t code_page, wstring& out);
+
+// Strict. Throws as unicode::to_narrow; `out` is then left alone.
+void assign_narrow(wstring_view text, std::uint32_t code_page, string& out);
+
+} // namespace tackle::internet::message2::header_type
