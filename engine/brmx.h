@@ -175,6 +175,30 @@ BRMX_EXPORT engine_status BRMX_Session_GetLastTrace(uint32_t handle, uint32_t li
  *                community_invalid_credentials (*) */
 BRMX_EXPORT engine_status BRMX_Spam_GetProbability(uint32_t handle, uint32_t timeout_ms, int32_t* probability);
 
+/* ---- Languages ---- */
+
+/* Kept for clients that have a path to give: the word lists are part of the library.
+ * path           not read
+ * returns        status_ok, null_argument, engine_not_initialized, engine_shut_down (*) */
+BRMX_EXPORT engine_status BRMX_Language_SetConfigurationPath(const void* path);
+
+/* Lists the languages that can be told, ascending by LCID. In every state of the engine. The first question about
+ * languages reads the word lists, which takes milliseconds and two megabytes; other threads that ask meanwhile wait.
+ * index          counts from 0; ask on until index_out_of_range
+ * lcid           out: the language
+ * returns        status_ok, index_out_of_range, null_argument (*) */
+BRMX_EXPORT engine_status BRMX_Language_GetSupportedLanguages(uint32_t index, uint32_t* lcid);
+
+/* Tells the languages of the session's message: of its Subject and of the text that a reader would see. The first call
+ * looks at the message and replaces the session's trace, later ones read the result; a message without a result is
+ * looked at again by every call. Also after shutdown.
+ * index          counts from 0; ask on until index_out_of_range, which may come at once
+ * lcid           out: a language, ascending and not by relevance
+ * relevance      out: how many letters of the message speak for it. No percentage: compare the values of one message
+ * returns        status_ok, index_out_of_range, unknown_session, session_busy, null_argument (*) */
+BRMX_EXPORT engine_status BRMX_Language_GetLanguageRelevance(uint32_t handle, uint32_t index, uint32_t* lcid,
+                                                             uint32_t* relevance);
+
 /* ---- Virus: a place in the interface for a scanner that this library does not contain ---- */
 
 /* The first four look the session up and do no more. Further arguments may be given and are never read or written.

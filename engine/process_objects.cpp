@@ -6,6 +6,8 @@ tackle::mutex engine_lock;
 tackle::turnstile session_gate;
 tackle::event initialized_event(false);
 tackle::event shutdown_event(false);
+tackle::rw language_lock;
+language::plugin_holder language_plugin_holder;
 tackle::mutex session_table_lock;
 session_map session_table;
 tackle::rw community_lock;

@@ -10,6 +10,7 @@
 #include "foundation/mutex.h"
 #include "foundation/rw.h"
 #include "foundation/turnstile.h"
+#include "language/plugin_holder.h"
 
 // What exists once in a process. All of it is built while the library loads, in the order below, and taken down in
 // reverse when it unloads; nothing waits for BRMX_Engine_Initialize.
@@ -19,11 +20,13 @@
 // between waits for the lock, and shutdown for the scan: clients end their scanning threads first.
 namespace brimwarden::engine {
 
-extern tackle::mutex engine_lock;        // the lifecycle exports, one at a time; recursive
-extern tackle::turnstile session_gate;   // every call on sessions passes; shutdown waits until all are out
-extern tackle::event initialized_event;  // set for ever by the first BRMX_Engine_Initialize
-extern tackle::event shutdown_event;     // set for ever by BRMX_Engine_Shutdown
-extern tackle::mutex session_table_lock; // session_table and session_counter, for short
+extern tackle::mutex engine_lock;       // the lifecycle exports, one at a time; recursive
+extern tackle::turnstile session_gate;  // every call on sessions passes; shutdown waits until all are out
+extern tackle::event initialized_event; // set for ever by the first BRMX_Engine_Initialize
+extern tackle::event shutdown_event;    // set for ever by BRMX_Engine_Shutdown
+extern tackle::rw language_lock;        // written around the making and the end of the language plugin
+extern language::plugin_holder language_plugin_holder; // null before the first question about a language
+extern tackle::mutex session_table_lock;               // session_table and session_counter, for short
 extern session_map session_table;
 extern tackle::rw community_lock; // read by whoever may use the community, written by whoever replaces it
 extern std::unique_ptr<analysis::analysis_engine> analysis_engine; // from initialisation to shutdown; has no data

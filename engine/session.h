@@ -8,6 +8,7 @@
 #include "analysis/trace_line.h"
 #include "engine/brmx.h"
 #include "foundation/real_mutex.h"
+#include "language/plugins/generic.h"
 #include "message/part.h"
 
 namespace brimwarden::engine {
@@ -18,7 +19,8 @@ struct session {
 
     tackle::real_mutex lock;
     const tackle::internet::message2::part message;
-    analysis::trace_list last_trace; // of the last operation that came to its end
+    analysis::trace_list last_trace;       // of the last operation that came to its end
+    language::result_map language_results; // empty until asked for, and if there are none
 };
 
 // By handle. Ends with the library and without its sessions: a thread of the client that still runs then may be inside
@@ -43,6 +45,7 @@ public:
     ~held_session() noexcept(false);
 
     session* operator->() const { return session_; }
+    session& operator*() const { return *session_; }
 
 private:
     friend engine_status find_session(std::uint32_t handle, held_session& found);

@@ -23,13 +23,13 @@ TEST(plugin_holder, makes_one_plugin_for_threads_that_come_at_once) {
     tackle::rw lock;
     plugin_holder holder;
     std::atomic<int> made = 0;
-    std::vector<const plugins::generic::plugin*> seen(count);
+    std::vector<plugin_holder> seen(count);
     std::barrier start(count);
     std::vector<std::thread> threads;
     for (auto& mine : seen)
         threads.emplace_back([&] {
             start.arrive_and_wait();
-            mine = &made_once(holder, lock, [&] {
+            mine = made_once(holder, lock, [&] {
                 ++made;
                 std::this_thread::yield(); // a second one would come in here
                 return std::make_unique<silent_plugin>();
@@ -38,7 +38,7 @@ TEST(plugin_holder, makes_one_plugin_for_threads_that_come_at_once) {
     for (auto& thread : threads)
         thread.join();
     EXPECT_EQ(made, 1);
-    EXPECT_EQ(seen, std::vector(count, static_cast<const plugins::generic::plugin*>(holder.get())));
+    EXPECT_EQ(seen, std::vector(count, holder));
 }
 
 TEST(plugin_holder, tries_again_after_a_failure) {
@@ -47,7 +47,7 @@ TEST(plugin_holder, tries_again_after_a_failure) {
     const auto fail = []() -> std::unique_ptr<silent_plugin> { throw std::bad_alloc(); };
     EXPECT_THROW(made_once(holder, lock, fail), std::bad_alloc);
     EXPECT_EQ(holder, nullptr);
-    EXPECT_NE(&made_once(holder, lock, [] { return std::make_unique<silent_plugin>(); }), nullptr);
+    EXPECT_NE(made_once(holder, lock, [] { return std::make_unique<silent_plugin>(); }), nullptr);
 }
 
 } // namespace
