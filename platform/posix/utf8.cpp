@@ -1,7 +1,13 @@
 #include "platform/posix/utf8.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace tackle::platform {
 namespace {
@@ -27,9 +33,20 @@ constexpr lead_byte classify(std::uint8_t byte) {
     return {};
 }
 
+constexpr auto lead_bytes = [] {
+    std::array<lead_byte, 256> all{};
+    for (unsigned byte = 0; byte < all.size(); ++byte)
+        all[byte] = classify(static_cast<std::uint8_t>(byte));
+    return all;
+}();
+
 const std::uint8_t* decode_one(const std::uint8_t* from, const std::uint8_t* end, char16_t*& to) {
     const std::uint8_t lead = *from++;
-    const auto [following, lowest, highest] = classify(lead);
+    if (lead < 0x80) {
+        *to++ = lead;
+        return from;
+    }
+    const auto [following, lowest, highest] = lead_bytes[lead];
     std::uint32_t value = lead & (0x3Fu >> following);
     for (int i = 0; i < following; ++i) {
         if (from == end || (*from & 0xC0) != 0x80) {
@@ -54,6 +71,93 @@ const std::uint8_t* decode_one(const std::uint8_t* from, const std::uint8_t* end
     return from;
 }
 
+// decode_block takes up to `block` bytes with one look, but reads `block_reach` bytes. It refuses, and takes nothing,
+// unless they are well-formed sequences of one to three bytes; one that the block cuts off is left to the next.
+constexpr std::ptrdiff_t block = 16;
+
+#if defined(__SSE2__)
+
+constexpr std::ptrdiff_t block_reach = block + 2;
+
+// What eight bytes, widened, stand for if each begins a sequence together with the two behind it. Adds to `refused`
+// the lanes where three bytes make an overlong form or a surrogate.
+__m128i units_of(__m128i first, __m128i second, __m128i third, __m128i& refused) {
+    const __m128i six_bits = _mm_set1_epi16(0x3F);
+    const __m128i is_two_or_three = _mm_cmpgt_epi16(first, _mm_set1_epi16(0xBF));
+    const __m128i is_three = _mm_cmpgt_epi16(first, _mm_set1_epi16(0xDF));
+    second = _mm_and_si128(second, six_bits);
+    const __m128i two = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(first, _mm_set1_epi16(0x1F)), 6), second);
+    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_slli_epi16(first, 12), _mm_slli_epi16(second, 6)),
+                                       _mm_and_si128(third, six_bits));
+    const __m128i top = _mm_and_si128(three, _mm_set1_epi16(static_cast<short>(0xF800)));
+    const __m128i not_three = _mm_or_si128(_mm_cmpeq_epi16(top, _mm_setzero_si128()),
+                                           _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))));
+    refused = _mm_or_si128(refused, _mm_and_si128(is_three, not_three));
+    const __m128i long_ones = _mm_or_si128(_mm_and_si128(is_three, three), _mm_andnot_si128(is_three, two));
+    return _mm_or_si128(_mm_and_si128(is_two_or_three, long_ones), _mm_andnot_si128(is_two_or_three, first));
+}
+
+bool decode_block(const std::uint8_t*& from, char16_t*& to) {
+    const auto load = [from](int at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at)); };
+    const auto mask_of = [](__m128i lanes) { return static_cast<unsigned>(_mm_movemask_epi8(lanes)); };
+    const auto low_half = [](__m128i bytes) { return _mm_unpacklo_epi8(bytes, _mm_setzero_si128()); };
+    const auto high_half = [](__m128i bytes) { return _mm_unpackhi_epi8(bytes, _mm_setzero_si128()); };
+    const auto store = [](char16_t* at, __m128i units) { _mm_storeu_si128(reinterpret_cast<__m128i*>(at), units); };
+    const __m128i bytes = load(0);
+    const unsigned high = mask_of(bytes);
+    if (high == 0) {
+        store(to, low_half(bytes));
+        store(to + 8, high_half(bytes));
+        from += block;
+        to += block;
+        return true;
+    }
+    // One bit for each byte, the first one lowest.
+    const auto at_least = [&](int least) {
+        return mask_of(_mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(static_cast<char>(least))), bytes));
+    };
+    const unsigned following = high & ~at_least(0xC0);
+    const unsigned long_leads = at_least(0xC2);
+    const unsigned leads_of_three = at_least(0xE0);
+    const unsigned no_such_leads = (high & ~following & ~long_leads) | at_least(0xF0);
+    const unsigned cut_off = (long_leads >> 15 & 1) | (leads_of_three >> 13 & 2);
+    const unsigned expected = long_leads << 1 | leads_of_three << 2;
+    if (no_such_leads != 0 || following != (expected & 0xFFFF)) return false;
+
+    char16_t units[block];
+    const __m128i second = load(1);
+    const __m128i third = load(2);
+    __m128i refused = _mm_setzero_si128();
+    store(units, units_of(low_half(bytes), low_half(second), low_half(third), refused));
+    store(units + 8, units_of(high_half(bytes), high_half(second), high_half(third), refused));
+    if (mask_of(refused) != 0) return false;
+    // All are written, and those of following bytes overwritten: a branch for each would be guessed wrong too often.
+    unsigned kept = ~following & 0xFFFFu >> cut_off;
+#pragma GCC unroll 16
+    for (const char16_t unit : units) {
+        *to = unit;
+        to += kept & 1;
+        kept >>= 1;
+    }
+    from += block - static_cast<std::ptrdiff_t>(cut_off);
+    return true;
+}
+
+#else
+
+constexpr std::ptrdiff_t block_reach = block;
+
+bool decode_block(const std::uint8_t*& from, char16_t*& to) {
+    std::uint64_t words[2];
+    std::memcpy(words, from, sizeof words);
+    if (((words[0] | words[1]) & 0x8080808080808080) != 0) return false; // ASCII alone, in this version
+    for (int i = 0; i < block; ++i)
+        *to++ = *from++;
+    return true;
+}
+
+#endif
+
 } // namespace
 
 void decode_utf8(std::string_view bytes, std::u16string& out) {
@@ -62,17 +166,9 @@ void decode_utf8(std::string_view bytes, std::u16string& out) {
     const auto* const end = from + bytes.size();
     char16_t* to = out.data();
     while (from != end) {
-        constexpr std::uint64_t high_bits = 0x8080808080808080;
-        std::uint64_t eight;
-        while (end - from >= 8 && (std::memcpy(&eight, from, 8), (eight & high_bits) == 0)) {
-            for (int i = 0; i < 8; ++i)
-                to[i] = from[i];
-            from += 8;
-            to += 8;
-        }
-        while (from != end && *from < 0x80)
-            *to++ = *from++;
-        while (from != end && *from >= 0x80)
+        if (end - from >= block_reach && decode_block(from, to)) continue;
+        // All of a refused block: to try again behind each character would look at each byte sixteen times.
+        for (const auto* const behind = from + std::min(end - from, block); from < behind;)
             from = decode_one(from, end, to);
     }
     out.resize(static_cast<std::size_t>(to - out.data()));

@@ -56,19 +56,22 @@ TEST(widen, replaces_what_is_no_utf8) {
         {"bytes that never occur", 0, "\xC0\xC1\xF5\xFF!", u"\uFFFD\uFFFD\uFFFD\uFFFD!"},
         {"a prefix is one", 0, "\xE2\x82!!!\xF0\x9F\x98!!!", u"\uFFFD!!!\uFFFD!!!"},
         {"a new lead byte cuts", 0, "\xE2\xC3\xA9!!", u"\uFFFD\u00E9!!"},
+        {"a new lead byte cuts before the last", 0, "\xE2\x82\xC3\xA9!!", u"\uFFFD\u00E9!!"},
         {"surrogate", 0, "\xED\xA0\x80!!", u"\uFFFD\uFFFD!!"},
         {"overlong", 0, "\xE0\x80\xAF!!", u"\uFFFD\uFFFD!!"},
-        {"ASCII long enough for the fast path, around a fault", 0,
-         "0123456789abcdef\xFF"
-         "0123456789abcdef",
-         u"0123456789abcdef\uFFFD"
-         u"0123456789abcdef"},
     };
+    const std::string cyrillic = "\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F"
+                                 "\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F\xD1\x8F";
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
-        std::u16string units;
-        EXPECT_EQ(widen(65001, c.bytes, false, units), conversion::ok);
-        EXPECT_EQ(units, *c.units);
+        // Decoders take text in blocks: the same has to come out wherever a block begins and ends.
+        for (std::size_t at = 0; at < 34; ++at) {
+            const std::string before = std::string(at % 2, 'x') + cyrillic.substr(0, at / 2 * 2);
+            std::u16string units;
+            EXPECT_EQ(widen(65001, before + c.bytes + std::string(34, 'x'), false, units), conversion::ok);
+            EXPECT_EQ(units, std::u16string(at % 2, u'x') + std::u16string(at / 2, u'\u044F') + *c.units +
+                                 std::u16string(34, u'x'));
+        }
     }
 }
 
