@@ -27,6 +27,11 @@ bool takes_no_flags(std::uint32_t code_page) {
     }
 }
 
+// Like those, but never counted among them: Windows then refuses it for its flags and for the question about default
+// characters, and so do we everywhere, lest one message read differently on two targets. 50221 and 50222 are the names
+// that mail uses.
+constexpr std::uint32_t refused_page = 50220;
+
 void raise(platform::conversion result) {
     switch (result) {
     case platform::conversion::ok:
@@ -92,9 +97,7 @@ wstring to_wide(string_view text, std::uint32_t code_page) {
         widen_raw(text, result);
         return result;
     }
-    // This one takes no flags either, but was never counted among those: Windows then refuses it for its flags, and so
-    // do we everywhere, lest one message read differently on two targets. 50221 and 50222 are the names that mail uses.
-    if (code_page == 50220) throw generic("");
+    if (code_page == refused_page) throw generic("");
     raise(platform::widen(code_page, text, !takes_no_flags(code_page), result));
     return result;
 }
@@ -106,6 +109,7 @@ string to_narrow(wstring_view text, std::uint32_t code_page, bool strict) {
         narrow_raw(text, strict, result);
         return result;
     }
+    if (code_page == refused_page) throw unmappable_character("");
     bool used_default = false;
     raise(platform::narrow(code_page, text, result, takes_no_flags(code_page) ? nullptr : &used_default));
     if (used_default && strict) throw unmappable_character("");

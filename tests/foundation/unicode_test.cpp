@@ -38,7 +38,7 @@ TEST(charset_names, are_read_in_any_spelling) {
         {"x-iscii-be", 57006},
         {"ks_c_5601-1987", 949},
         {"HZ-GB-2312", 52936},
-        {"xxbig5", 950}, // the last of the table but two, and the first
+        {"xxbig5", 950}, // the last of the table, and below the first
         {"xxcode", raw_code_page},
         {"arabic", 28596},
         {"cp", 0},
@@ -123,6 +123,7 @@ TEST(to_narrow, writes_code_pages) {
     }
     EXPECT_THROW((void)to_narrow(u"a\u0100", raw_code_page, true), unmappable_character);
     EXPECT_THROW((void)to_narrow(u"\u4f60", 1252, true), unmappable_character);
+    EXPECT_THROW((void)to_narrow(u"a", 50220, false), unmappable_character);
     EXPECT_THROW((void)to_narrow(u"a", 9999, false), invalid_codepage);
 }
 
@@ -153,6 +154,7 @@ TEST(round_trips, only_what_comes_back_the_same) {
     EXPECT_FALSE(round_trips(u"\u4f60", 1252));
     EXPECT_FALSE(round_trips(u"\u0100", raw_code_page));
     EXPECT_FALSE(round_trips(u"a", 9999));
+    EXPECT_FALSE(round_trips(u"a", 50220)); // and no exception
     EXPECT_FALSE(round_trips(u"\xDC00", 65001));
 }
 
