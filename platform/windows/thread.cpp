@@ -1,0 +1,53 @@
+#include "platform/thread.h"
+
+#include <windows.h>
+
+#include <new>
+
+namespace tackle::platform {
+
+namespace {
+
+struct task {
+    void (*body)(void*);
+    void* argument;
+    HMODULE library; // counted for the thread
+};
+
+DWORD WINAPI run(void* given) {
+    const task work = *static_cast<task*>(given);
+    delete static_cast<task*>(given);
+    work.body(work.argument);
+    if (work.library != nullptr)
+        FreeLibraryAndExitThread(work.library, 0);
+    return 0;
+}
+
+} // namespace
+
+bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) noexcept {
+    out = 0;
+    auto* work = new (std::nothrow) task{body, argument, nullptr};
+    if (work == nullptr)
+        return false;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&run), &work->library);
+    const HANDLE thread = CreateThread(nullptr, 0, run, work, CREATE_SUSPENDED, nullptr);
+    if (thread == nullptr) {
+        if (work->library != nullptr)
+            FreeLibrary(work->library);
+        delete work;
+        return false;
+    }
+    SetThreadPriority(thread, THREAD_PRIORITY_TIME_CRITICAL);
+    ResumeThread(thread);
+    out = reinterpret_cast<thread_handle>(thread);
+    return true;
+}
+
+void join_thread(thread_handle thread) noexcept {
+    const auto handle = reinterpret_cast<HANDLE>(thread);
+    WaitForSingleObject(handle, INFINITE);
+    CloseHandle(handle);
+}
+
+} // namespace tackle::platform
