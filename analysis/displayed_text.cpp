@@ -1,5 +1,6 @@
 #include "analysis/displayed_text.h"
 
+#include "analysis/if_readable.h"
 #include "foundation/coding.h"
 #include "foundation/unicode.h"
 #include "message/header_type/parametized_value_type.h"
@@ -9,20 +10,32 @@ namespace brimwarden::analysis {
 using tackle::string;
 using tackle::internet::message2::part;
 
-string named_charset(const part& part) {
+namespace {
+
+bool read_charset(const part& part, string& charset) {
     tackle::internet::message2::header_type::parametized_value_type type;
-    string charset;
     part.get_header("Content-Type", type);
-    type.get_parameter("charset", charset);
-    return charset;
+    return type.get_parameter("charset", charset);
+}
+
+} // namespace
+
+bool names_charset(const part& part) {
+    bool named = false;
+    if_readable([&] {
+        string charset;
+        named = read_charset(part, charset);
+    });
+    return named;
 }
 
 displayed_text read_displayed_text(const part& shown, const part& root) {
     displayed_text result;
     const auto read = [&] {
-        string charset = named_charset(shown);
+        string charset;
+        read_charset(shown, charset);
         if (charset.empty() && &shown != &root) {
-            charset = named_charset(root);
+            read_charset(root, charset);
             result.charset_inherited = !charset.empty();
         }
         result.text = tackle::unicode::to_wide(shown.data(), tackle::unicode::code_page_of(charset));
@@ -38,6 +51,18 @@ displayed_text read_displayed_text(const part& shown, const part& root) {
     }
     result.text = tackle::unicode::to_wide(shown.data(), tackle::unicode::raw_code_page);
     return result;
+}
+
+tackle::html::text_set resolve_markup(const part& shown, tackle::wstring& text) {
+    if (shown.content_type() != "text/html") return {};
+    tackle::html::convert_to_text converter(false);
+    parse(text, converter);
+    if (!converter.tags.contains(u"body")) {
+        converter = tackle::html::convert_to_text(true);
+        parse(text, converter);
+    }
+    text = std::move(converter.text);
+    return std::move(converter.links);
 }
 
 } // namespace brimwarden::analysis

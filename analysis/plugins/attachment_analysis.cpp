@@ -1,9 +1,71 @@
 #include "analysis/plugins/attachment_analysis.h"
 
+#include "analysis/plugins/executable_test.h"
+#include "foundation/format.h"
+
 namespace brimwarden::analysis::plugins::attachment_analysis {
 
-void plugin::generate(const tackle::internet::message2::part&, signature_list&, test_result_list&, trace_list&) {}
+using tackle::wstring;
+using tackle::wstring_view;
+using tackle::internet::message2::part;
 
-void plugin::apply(const tackle::internet::message2::part&, signature_list&, test_result_list&, trace_list&) {}
+namespace {
+
+constexpr std::size_t shortest_zip = 22;    // bytes: an archive has at least the record that ends its directory
+constexpr std::size_t small_file = 65536;   // bytes
+constexpr std::size_t shortest_text = 1024; // bytes: a shorter text is everybody's
+constexpr wstring_view small_zip_name = u"Part.Zip.Small";
+
+class walk {
+public:
+    walk(signature_list& signatures, test_result_list& test_results)
+        : signatures_(signatures), test_results_(test_results) {}
+
+    void look_at(const part& part) {
+        const auto& type = part.content_type();
+        if (type.starts_with("message/") || type.starts_with("multipart/")) return;
+        const wstring name = file_name(part);
+        const std::size_t size = part.data().size();
+        if (name.ends_with(u".zip") || type == "application/zip" || type == "application/x-zip-compressed") {
+            if (size < shortest_zip) {
+                add(u"Part.Zip.Corrupt", 90.0F, u"Found corrupt Zip attachment");
+            } else if (size < small_file) {
+                add(small_zip_name, small_points(), u"Found small Zip attachment");
+            }
+        }
+        if (name.ends_with(u".rtf") && size < small_file) {
+            add(u"Part.Rtf.Small", small_points(), u"Found small RTF attachment");
+        }
+        if (type == "text/plain" && size < shortest_text) return;
+        signatures_.emplace_back(u"prd", digest_text(part.data()));
+        signatures_.back().details = tackle::format(u"Part: %p", static_cast<const void*>(&part));
+    }
+
+private:
+    // One finding of any kind is enough for the points of all small files.
+    [[nodiscard]] float small_points() const { return seen_ ? 0.0F : 30.0F; }
+
+    void add(wstring_view name, float points, wstring_view details) {
+        test_results_.emplace_back(name, points);
+        test_results_.back().details = details;
+        seen_ = true;
+    }
+
+    signature_list& signatures_;
+    test_result_list& test_results_;
+    bool seen_ = false;
+};
+
+} // namespace
+
+void plugin::generate(const part& root, signature_list& signatures, test_result_list& test_results, trace_list&) {
+    std::vector<const part*> parts;
+    root.find_parts(parts, true, {});
+    walk files(signatures, test_results);
+    for (const part* const found : parts)
+        files.look_at(*found);
+}
+
+void plugin::apply(const part&, signature_list&, test_result_list&, trace_list&) {}
 
 } // namespace brimwarden::analysis::plugins::attachment_analysis

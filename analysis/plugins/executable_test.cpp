@@ -1,0 +1,35 @@
+#include "analysis/plugins/executable_test.h"
+
+#include "analysis/if_readable.h"
+#include "foundation/format.h"
+#include "foundation/strings.h"
+
+#include <algorithm>
+
+namespace brimwarden::analysis::plugins::attachment_analysis {
+
+using tackle::wstring;
+using tackle::wstring_view;
+using tackle::internet::message2::part;
+
+wstring file_name(const part& part) {
+    wstring name;
+    if_readable([&] { name = tackle::to_lower(part.attachment_info().filename); });
+    return name;
+}
+
+void test_executables(const part& root, test_result_list& test_results) {
+    constexpr wstring_view endings[] = {u".exe", u".com", u".cmd", u".bat", u".pif"};
+    std::vector<const part*> parts;
+    root.find_parts(parts, true, {});
+    float points = 40.0F;
+    for (const part* const candidate : parts) {
+        const auto name = file_name(*candidate);
+        if (std::ranges::none_of(endings, [&](wstring_view ending) { return name.ends_with(ending); })) continue;
+        test_results.emplace_back(u"Part.Content-Type.Executable", points);
+        test_results.back().details = tackle::format(u"Part: %p", static_cast<const void*>(candidate));
+        points = 0.0F;
+    }
+}
+
+} // namespace brimwarden::analysis::plugins::attachment_analysis
