@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <new>
 #include <unicode/ucnv.h>
 
 namespace tackle::platform {
@@ -24,6 +25,7 @@ char16_t unit_of(UConverter* converter, const char* bytes, int length, bool* tru
 flat_page::flat_page(const converter_row& row) : has_pairs_(row.kind == page_kind::double_byte) {
     UErrorCode error = U_ZERO_ERROR;
     const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(ucnv_open(row.name, &error), &ucnv_close);
+    if (error == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc(); // or the page would be missing for good
     if (U_FAILURE(error)) return;
     ucnv_setFallback(converter.get(), true); // look-alikes, as the other target gives them
     ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);

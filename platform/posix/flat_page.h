@@ -13,6 +13,7 @@ namespace tackle::platform {
 class flat_page final {
 public:
     // Fills the tables from the converter, once and for all. valid() is false if ICU does not have it.
+    // Throws std::bad_alloc.
     explicit flat_page(const converter_row& row);
 
     [[nodiscard]] bool valid() const { return valid_; }

@@ -1,6 +1,8 @@
 #include "platform/posix/sequence_page.h"
 
+#include <climits>
 #include <memory>
+#include <new>
 #include <unicode/ucnv.h>
 
 namespace tackle::platform {
@@ -15,10 +17,12 @@ UConverter* converter_of(const converter_row& row) {
     static thread_local kept last;
     if (last.row != &row) {
         UErrorCode error = U_ZERO_ERROR;
+        last.row = nullptr;
         last.converter.reset(ucnv_open(row.name, &error));
-        last.row = &row;
         if (last.converter) ucnv_setSubstString(last.converter.get(), u"?", 1, &error);
+        if (error == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc(); // and ask again next time
         if (U_FAILURE(error)) last.converter.reset();
+        last.row = &row;
     }
     return last.converter.get();
 }
@@ -46,7 +50,9 @@ conversion encode(UConverter* converter, bool stop, std::u16string_view units, s
     ucnv_setFromUCallBack(converter, stop ? UCNV_FROM_U_CALLBACK_STOP : UCNV_FROM_U_CALLBACK_SUBSTITUTE, nullptr,
                           nullptr, nullptr, &error);
     // Ten units more: for what switches the shift state, at the end among them.
-    out.resize((units.size() + 10) * static_cast<std::size_t>(ucnv_getMaxCharSize(converter)));
+    const auto room = (units.size() + 10) * static_cast<std::size_t>(ucnv_getMaxCharSize(converter));
+    if (room > INT_MAX) return conversion::failed;
+    out.resize(room);
     const auto length = ucnv_fromUChars(converter, out.data(), static_cast<std::int32_t>(out.size()), units.data(),
                                         static_cast<std::int32_t>(units.size()), &error);
     if (U_SUCCESS(error)) out.resize(static_cast<std::size_t>(length));
