@@ -24,7 +24,8 @@ conversion widen_symbols(std::string_view bytes, std::u16string& out) {
 
 conversion narrow_symbols(std::u16string_view units, std::string& out) {
     for (const auto unit : units) {
-        if (unit >= 0x20 && (unit < 0xF020 || unit > 0xF0FF)) return conversion::unmappable;
+        if (unit >= 0x20 && (unit < 0xF020 || unit > 0xF0FF))
+            return conversion::failed; // unexplained, as on the other target
         out += static_cast<char>(unit & 0xFF);
     }
     return conversion::ok;

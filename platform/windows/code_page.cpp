@@ -6,15 +6,16 @@
 namespace tackle::platform {
 namespace {
 
-// Each direction reads the number 87 in its own way: an unknown code page, or text that has no place in a known one.
-conversion judge(conversion invalid_parameter) {
+// Each direction reads two numbers in its own way. 87: an unknown code page, or text that has no place in a known one.
+// 1113: bytes that stand for no text; writing explains nothing with it.
+conversion judge(conversion invalid_parameter, conversion no_translation) {
     switch (GetLastError()) {
     case ERROR_INSUFFICIENT_BUFFER:
         return conversion::too_small;
     case ERROR_INVALID_PARAMETER:
         return invalid_parameter;
     case ERROR_NO_UNICODE_TRANSLATION:
-        return conversion::unmappable;
+        return no_translation;
     default:
         return conversion::failed;
     }
@@ -30,7 +31,7 @@ conversion widen(std::uint32_t code_page, std::string_view bytes, bool strict, s
     out.resize(bytes.size());
     const int length = MultiByteToWideChar(code_page, strict ? MB_ERR_INVALID_CHARS : 0, bytes.data(), size,
                                            reinterpret_cast<wchar_t*>(out.data()), size);
-    if (length <= 0) return judge(conversion::invalid_code_page);
+    if (length <= 0) return judge(conversion::invalid_code_page, conversion::unmappable);
     out.resize(static_cast<std::size_t>(length));
     return conversion::ok;
 }
@@ -47,7 +48,7 @@ conversion narrow(std::uint32_t code_page, std::u16string_view units, std::strin
     const int length = WideCharToMultiByte(code_page, 0, reinterpret_cast<const wchar_t*>(units.data()),
                                            static_cast<int>(units.size()), out.data(), static_cast<int>(out.size()),
                                            nullptr, used_default != nullptr ? &used : nullptr);
-    if (length <= 0) return judge(conversion::unmappable);
+    if (length <= 0) return judge(conversion::unmappable, conversion::failed);
     out.resize(static_cast<std::size_t>(length));
     if (used_default != nullptr) *used_default = used != FALSE;
     return conversion::ok;
