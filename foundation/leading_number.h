@@ -16,18 +16,15 @@ template <typename number, typename unit>
     while (i < text.size() && (text[i] == unit(' ') || (text[i] >= unit('\t') && text[i] <= unit('\r'))))
         ++i;
     bool negative = false;
-    if (i < text.size() && (text[i] == unit('+') || text[i] == unit('-')))
-        negative = text[i++] == unit('-');
+    if (i < text.size() && (text[i] == unit('+') || text[i] == unit('-'))) negative = text[i++] == unit('-');
     // Counted downward: the lowest value has no positive counterpart.
     number value = 0;
     for (; i < text.size() && text[i] >= unit('0') && text[i] <= unit('9'); ++i) {
         const auto digit = static_cast<number>(text[i] - unit('0'));
-        if (value < (limits::min() + digit) / 10)
-            return negative ? limits::min() : limits::max();
+        if (value < (limits::min() + digit) / 10) return negative ? limits::min() : limits::max();
         value = static_cast<number>(value * 10 - digit);
     }
-    if (negative)
-        return value;
+    if (negative) return value;
     return value == limits::min() ? limits::max() : static_cast<number>(-value);
 }
 

@@ -5,8 +5,8 @@
 namespace tackle {
 
 // Holds `target` exclusively from its construction to its end, or to an earlier leave(). A null target holds nothing.
-// The target is not owned and must outlive the guard. Throws what the target throws; so does the destructor, unless
-// another exception is already on its way.
+// The target is not owned and must outlive the guard. Throws what the target throws; so does the destructor. A
+// target that cannot be let go of while another exception is on its way ends the process.
 class [[nodiscard]] scope final : public scope_semantics {
 public:
     explicit scope(scope_semantics* target);

@@ -38,9 +38,9 @@ TEST(charset_names, are_read_in_any_spelling) {
         {"x-iscii-be", 57006},
         {"ks_c_5601-1987", 949},
         {"HZ-GB-2312", 52936},
-        {"xxbig5", 950}, // the last of the table, and below the first
+        {"xxbig5", 950}, // the last of the table
         {"xxcode", raw_code_page},
-        {"arabic", 28596},
+        {"arabic", 28596}, // the first
         {"cp", 0},
         {"latinx", 28590},
         {"windows 1251", 1251}, // read as atoi does: blanks and a sign before, no digits of others
