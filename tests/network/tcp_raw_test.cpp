@@ -83,12 +83,12 @@ TEST(tcp_raw, tells_failures_by_cause) {
     EXPECT_THROW(socket.connect(nobody), not_a_socket);
     socket.create(nobody);
     EXPECT_THROW(socket.connect(nobody), base::connection_refused);
-    address::ip4 peer;
-    EXPECT_THROW(socket.peer_address(peer), base::connection_failed);
-    EXPECT_THROW(socket.bind(address::ip4(0xC0000201, 0)), address_not_valid);
-    listener door;
     raw second;
     second.create(nobody);
+    address::ip4 peer;
+    EXPECT_THROW(second.peer_address(peer), base::connection_failed);
+    EXPECT_THROW(second.bind(address::ip4(0xC0000201, 0)), address_not_valid);
+    listener door;
     EXPECT_THROW(second.bind(local_address(door.socket)), address_in_use);
 }
 

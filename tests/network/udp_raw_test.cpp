@@ -1,3 +1,4 @@
+#include "foundation/event.h"
 #include "tests/network/loopback.h"
 
 #include <gtest/gtest.h>
@@ -58,17 +59,16 @@ TEST(udp_raw, close_ends_a_receive_of_another_thread) {
         auto socket = std::make_unique<raw>();
         open_datagram(*socket);
         std::atomic<bool> closing = false;
-        std::atomic<bool> running = false;
+        event running(false);
         std::jthread receiver([&] {
             string got;
             address::ip4 sender;
             while (!closing) {
-                running = true;
-                running.notify_one();
+                running.set();
                 EXPECT_THROW(socket->receive_from(sender, got, 100), exception);
             }
         });
-        running.wait(false);
+        running.wait();
         closing = true;
         socket->close_socket();
         raw next;
