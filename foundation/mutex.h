@@ -6,7 +6,7 @@
 namespace tackle {
 
 // The cheap lock: no time limit, recursive for the thread that holds it, throws nothing.
-class mutex final : public scope_semantics {
+class mutex : public scope_semantics {
 public:
     void enter() override { section_.enter(); }
     void leave() override { section_.leave(); }

@@ -1,0 +1,309 @@
+#include "tests/community_server/community_server.h"
+
+#include "community/rc4.h"
+#include "foundation/exception.h"
+#include "foundation/md5.h"
+#include "foundation/scope.h"
+#include "platform/random.h"
+
+#include <atomic>
+#include <span>
+#include <utility>
+
+namespace brimwarden::community_server {
+
+using tackle::scope;
+namespace transport = tackle::internet::transport;
+
+namespace {
+
+constexpr std::uint16_t community_port = 2409;
+
+string key_of(const packet& header, const string& secret) {
+    return tackle::coding::md5_digest(string(header.nonce.data(), header.nonce.size()) + secret);
+}
+
+string ciphered(const string& key, string text) {
+    analysis::community::rc4 stream(key);
+    stream.discard(4096);
+    stream.apply(text);
+    return text;
+}
+
+// How many bytes the value of a signature takes behind its code, without a count; 0 for a counted one.
+std::size_t fixed_size(std::uint64_t code) { return code == 0 ? 4 : code < 64 ? 16 : 0; }
+
+string take_value(packet& payload) {
+    std::uint64_t code = 0;
+    string value;
+    if (!payload.read_number(code)) return value;
+    if (const std::size_t size = fixed_size(code); size != 0) {
+        value = payload.body.substr(payload.read_position, size);
+        payload.read_position += size;
+    } else if (!payload.read_text(value)) {
+        value.clear();
+    }
+    return value;
+}
+
+} // namespace
+
+namespace {
+
+ip4 next_address(std::uint16_t port) {
+    // Test programs run side by side on one machine, so each starts at a place of its own.
+    static const std::uint32_t start = [] {
+        std::uint32_t number = 0;
+        (void)tackle::platform::fill_random(std::as_writable_bytes(std::span(&number, 1)));
+        return number;
+    }();
+    static std::atomic<std::uint32_t> count{0};
+    const std::uint32_t host = (start + count++ * 7) % 0xFE0000;
+    return {0x7F010000 + host, port};
+}
+
+// One port at two addresses of the loopback range is two places, but not for Wine: it takes all of that range but
+// 127.0.0.1 for the address of every network.
+bool loopback_is_a_range() {
+    static const bool result = [] {
+        const tackle::internet::environment layer;
+        transport::udp::raw first;
+        transport::udp::raw second;
+        const ip4 address = next_address(0);
+        first.create(address);
+        first.bind(address);
+        ip4 bound;
+        first.local_address(bound);
+        try {
+            second.create(address);
+            second.bind(next_address(bound.port()));
+        } catch (const transport::address_in_use&) {
+            return false;
+        }
+        return true;
+    }();
+    return result;
+}
+
+} // namespace
+
+ip4 server::fresh_address() {
+    return loopback_is_a_range() ? next_address(community_port) : ip4(0x7F000001, community_port);
+}
+
+// Reads as little at a time as it is told, so that a rest stays with the system.
+class server::peer_socket final : public transport::tcp::base {
+public:
+    std::size_t at_once = 8192;
+    void flush() override { send_all(std::exchange(send_buffer_, {})); }
+    void fill() override {
+        string block(at_once, '\0');
+        receive_buffer_.append(block, 0, receive(block));
+    }
+};
+
+server::server(const ip4& address, string secret, script what_to_do)
+    : secret_(std::move(secret)), script_(std::move(what_to_do)) {
+    datagrams_.create(address);
+    datagrams_.bind(address);
+    const ip4 other(0x7F000001, 0);
+    elsewhere_.create(other);
+    elsewhere_.bind(other);
+    door_.create(address);
+    door_.bind(address);
+    door_.listen();
+    datagram_thread_ = std::jthread([this] { serve_datagrams(); });
+    connection_thread_ = std::jthread([this] { serve_connections(); });
+}
+
+server::~server() {
+    ending_.set();
+    datagrams_.close_socket();
+    door_.close_socket();
+    datagram_thread_.join();
+    connection_thread_.join();
+    {
+        const scope lock(&lock_);
+        for (auto& connection : connections_)
+            connection->close_socket();
+    }
+    workers_.clear();
+}
+
+void server::learn(string wire_value, std::vector<std::uint64_t> entry) {
+    const scope lock(&lock_);
+    knowledge_[std::move(wire_value)] = std::move(entry);
+}
+
+void server::receive_with(welcome kind) {
+    const scope lock(&lock_);
+    welcome_ = kind;
+}
+
+string server::reply_to(const seen_request& request, std::uint32_t indicator, string_view payload) {
+    packet reply = request.header;
+    reply.reply_mark = true;
+    reply.encrypted = false;
+    reply.indicator = indicator;
+    reply.body = payload;
+    return reply.render();
+}
+
+string server::enciphered_reply_to(const seen_request& request, string_view payload) const {
+    packet reply = request.header;
+    reply.encrypted = true;
+    reply.body = ciphered(key_of(request.header, secret_), string(payload));
+    return reply.render();
+}
+
+string server::describe(string_view name, string_view location, string_view info) {
+    packet body;
+    for (const auto text : {name, location, info})
+        body.write_text(text);
+    for (const std::uint64_t counter : {1, 2, 3, 4})
+        body.write_number(counter);
+    return body.body;
+}
+
+behaviour server::honest(const seen_request& request) {
+    constexpr std::uint32_t query = 2;
+    if (request.header.operation == 0) return {{{reply_to(request, 0, describe("Test", "Loopback", "honest"))}}};
+    if (!request.digest_good) return {{{reply_to(request, 2, "")}}};
+    if (request.header.operation != query) return {{{reply_to(request, 0, "")}}};
+    packet payload;
+    payload.body = request.payload;
+    std::uint64_t count = 0;
+    (void)payload.read_number(count);
+    packet entries;
+    for (; count > 0; --count) {
+        const scope lock(&lock_);
+        const auto known = knowledge_.find(take_value(payload));
+        if (known == knowledge_.end())
+            entries.write_number(0);
+        else
+            for (const auto number : known->second)
+                entries.write_number(number);
+    }
+    return {{{enciphered_reply_to(request, entries.body)}}};
+}
+
+seen_request server::take_apart(const packet& header) const {
+    seen_request request;
+    request.header = header;
+    if (header.operation == 0) return request;
+    packet body = header;
+    constexpr std::size_t digest_size = 16;
+    if (!body.read_number(request.credential_mode) || !body.read_number(request.credential_id)) return request;
+    if (body.body.size() - body.read_position < digest_size) return request;
+    const string digest = body.body.substr(body.read_position, digest_size);
+    const string payload = body.body.substr(body.read_position + digest_size);
+    const string nonce(header.nonce.data(), header.nonce.size());
+    request.digest_good = tackle::coding::md5_digest(nonce + secret_ + payload) == digest;
+    if (request.digest_good) request.payload = ciphered(key_of(header, secret_), payload);
+    return request;
+}
+
+behaviour server::decide(const seen_request& request) {
+    note(request);
+    return script_ ? script_(*this, request) : honest(request);
+}
+
+void server::note(const seen_request& request) {
+    constexpr std::uint32_t report = 4;
+    const scope lock(&lock_);
+    if (request.header.operation == 0) {
+        ++probes_;
+        return;
+    }
+    requests_.push_back(request);
+    if (request.header.operation == report && request.digest_good) reports_.push_back(request.payload);
+    news_.set();
+}
+
+std::vector<seen_request> server::wait_for(std::size_t count) {
+    for (;;) {
+        {
+            const scope lock(&lock_);
+            if (requests_.size() >= count) return requests_;
+            news_.reset();
+        }
+        (void)news_.wait();
+    }
+}
+
+std::size_t server::probes() {
+    const scope lock(&lock_);
+    return probes_;
+}
+
+std::vector<string> server::reports() {
+    const scope lock(&lock_);
+    return reports_;
+}
+
+void server::serve_datagrams() {
+    while (!ending_.wait(0)) {
+        try {
+            ip4 peer;
+            string bytes;
+            datagrams_.receive_from(peer, bytes, 65507);
+            packet header;
+            if (!header.parse(bytes)) continue;
+            seen_request request = take_apart(header);
+            request.peer = peer;
+            for (const auto& reply : decide(request).answers)
+                (reply.from_elsewhere ? elsewhere_ : datagrams_).send_to(peer, reply.bytes);
+        } catch (const tackle::exception&) { // the end, or a client that is gone
+        }
+    }
+}
+
+void server::serve_connections() {
+    while (!ending_.wait(0)) {
+        try {
+            auto connection = std::make_unique<peer_socket>();
+            connection->accept(door_);
+            const scope lock(&lock_);
+            auto& kept = *connections_.emplace_back(std::move(connection));
+            workers_.emplace_back([this, &kept] { serve_connection(kept); });
+        } catch (const tackle::exception&) { // the end
+        }
+    }
+}
+
+void server::serve_connection(peer_socket& connection) {
+    auto kind = welcome::read;
+    {
+        const scope lock(&lock_);
+        kind = welcome_;
+    }
+    try {
+        string bytes;
+        if (kind == welcome::reset) {
+            connection.at_once = 1; // closing over unread bytes is a reset
+            connection.read_some(bytes);
+        }
+        if (kind != welcome::read) return connection.close_socket();
+        try {
+            for (;;)
+                connection.read_some(bytes);
+        } catch (const transport::tcp::base::connection_closed&) { // the request is complete
+        }
+        packet header;
+        if (!header.parse(bytes)) return connection.close_socket();
+        seen_request request = take_apart(header);
+        request.by_connection = true;
+        const behaviour reply = decide(request);
+        for (const auto& part : reply.answers)
+            for (string_view rest = part.bytes; !rest.empty();) {
+                const std::size_t count = reply.byte_by_byte ? 1 : rest.size();
+                connection.write(rest.substr(0, count));
+                rest.remove_prefix(count);
+            }
+        if (reply.left_open) (void)ending_.wait();
+        connection.close_socket();
+    } catch (const tackle::exception&) { // the client is gone, or this server ends
+    }
+}
+
+} // namespace brimwarden::community_server
