@@ -8,12 +8,9 @@ using platform::socket_cause;
 
 environment::environment() {
     const auto status = platform::start_sockets();
-    if (status.cause == socket_cause::not_ready)
-        throw subsystem_not_ready("WSAStartup() failed");
-    if (status.cause == socket_cause::version_not_supported)
-        throw version_not_supported("WSAStartup() failed");
-    if (status.failed())
-        throw generic(format("WSAStartup() returned status 0x%.8x", status.number));
+    if (status.cause == socket_cause::not_ready) throw subsystem_not_ready("WSAStartup() failed");
+    if (status.cause == socket_cause::version_not_supported) throw version_not_supported("WSAStartup() failed");
+    if (status.failed()) throw generic(format("WSAStartup() returned status 0x%.8x", status.number));
     started_ = true;
 }
 
@@ -25,14 +22,11 @@ environment::~environment() {
 }
 
 void environment::close() {
-    if (!started_)
-        return;
+    if (!started_) return;
     started_ = false;
     const auto status = platform::stop_sockets();
-    if (!status.failed() || status.cause == socket_cause::not_started)
-        return;
-    if (status.cause == socket_cause::network_down)
-        throw subsystem_failed("WSACleanup() failed");
+    if (!status.failed() || status.cause == socket_cause::not_started) return;
+    if (status.cause == socket_cause::network_down) throw subsystem_failed("WSACleanup() failed");
     throw generic(format("WSACleanup() returned status 0x%.8x", status.number));
 }
 

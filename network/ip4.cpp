@@ -38,8 +38,7 @@ ip4::ip4(string_view host, string_view service) { take_first(string(host), strin
 
 ip4 ip4::from_numeric(string_view text, std::uint16_t port) {
     const auto address = parse_numeric(text);
-    if (!address)
-        throw host_not_found("GetAddrInfoA() failed"); // what a lookup without a name service would say
+    if (!address) throw host_not_found("GetAddrInfoA() failed"); // what a lookup without a name service would say
     return ip4(*address, port);
 }
 
@@ -58,22 +57,19 @@ void ip4::take_first(const string& host, const char* service) {
     case resolver_cause::other:
         throw generic(format("GetAddrInfoA() returned status 0x%.8x", status.number));
     }
-    if (found.empty())
-        throw generic("GetAddrInfoA() walk failed"); // a host of IPv6 alone
+    if (found.empty()) throw generic("GetAddrInfoA() walk failed"); // a host of IPv6 alone
     raw_ = found.front();
 }
 
 void ip4::assign(const void* raw, std::uint32_t length) {
-    if (length != raw_size)
-        throw invalid_address_format("Size mismatch");
+    if (length != raw_size) throw invalid_address_format("Size mismatch");
     std::memcpy(raw_.data(), raw, raw_size);
 }
 
 string ip4::to_string(std::uint32_t flags) const {
     platform::name_style style{(flags & no_domain) != 0, (flags & numeric_host) != 0, (flags & name_required) != 0};
     string host;
-    if (!platform::name_of(raw_.data(), raw_size, style, host).failed())
-        return host;
+    if (!platform::name_of(raw_.data(), raw_size, style, host).failed()) return host;
     const auto status = platform::name_of(raw_.data(), raw_size, {false, true, false}, host);
     switch (status.cause) {
     case resolver_cause::none:
@@ -103,8 +99,7 @@ bool ip4::operator==(const base& other) const {
 bool ip4::operator!=(const base& other) const { return !(*this == other); }
 
 bool ip4::operator<(const base& other) const {
-    if (other.size() != raw_size)
-        return raw_size < other.size();
+    if (other.size() != raw_size) return raw_size < other.size();
     return std::memcmp(raw_.data(), other.data(), raw_size) < 0;
 }
 

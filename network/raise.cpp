@@ -9,15 +9,11 @@ using platform::socket_cause;
 
 void raise(const char* call, platform::socket_status status, std::span<const failure_row> rows) {
     for (const auto& row : rows)
-        if (row.cause == status.cause)
-            row.raise(format("%s() failed", row.named != nullptr ? row.named : call));
+        if (row.cause == status.cause) row.raise(format("%s() failed", row.named != nullptr ? row.named : call));
     // The two are the other way round in name lookups, and clients know both readings.
-    if (status.cause == socket_cause::not_started)
-        throw environment::subsystem_failed(format("%s() failed", call));
-    if (status.cause == socket_cause::network_down)
-        throw environment::subsystem_not_ready(format("%s() failed", call));
-    if (status.cause == socket_cause::not_a_socket)
-        throw not_a_socket(format("%s() failed", call));
+    if (status.cause == socket_cause::not_started) throw environment::subsystem_failed(format("%s() failed", call));
+    if (status.cause == socket_cause::network_down) throw environment::subsystem_not_ready(format("%s() failed", call));
+    if (status.cause == socket_cause::not_a_socket) throw not_a_socket(format("%s() failed", call));
     throw generic(format("%s() returned status 0x%.8x", call, status.number));
 }
 

@@ -25,8 +25,7 @@ struct failure_row {
 
 // Does nothing if all went well.
 inline void check(const char* call, platform::socket_status status, std::span<const failure_row> rows = {}) {
-    if (status.failed())
-        raise(call, status, rows);
+    if (status.failed()) raise(call, status, rows);
 }
 
 } // namespace tackle::internet::transport

@@ -29,22 +29,19 @@ void base::create(const address::base& address) { transport::base::create(addres
 
 void base::consume(std::size_t count) {
     taken_ += count;
-    if (taken_ < receive_buffer_.size())
-        return;
+    if (taken_ < receive_buffer_.size()) return;
     receive_buffer_.clear();
     taken_ = 0;
 }
 
 void base::read_some(string& out) {
-    if (queued().empty())
-        fill();
+    if (queued().empty()) fill();
     out.append(queued());
     consume(queued().size());
 }
 
 void base::read_up_to(string& out, std::size_t count) {
-    if (queued().empty())
-        fill();
+    if (queued().empty()) fill();
     const string_view taken = queued().substr(0, count);
     out.append(taken);
     consume(taken.size());
@@ -60,10 +57,8 @@ void base::read_line(string& out) {
             const char terminator = *end;
             out.append(bytes.begin(), end);
             consume(out.size() + 1);
-            if (queued().empty())
-                fill();
-            if (is_line_end(queued().front()) && queued().front() != terminator)
-                consume(1);
+            if (queued().empty()) fill();
+            if (is_line_end(queued().front()) && queued().front() != terminator) consume(1);
             return;
         }
         looked_at = bytes.size();
@@ -78,17 +73,14 @@ void base::write(string_view bytes) {
 
 void base::write_line(string_view bytes, bool flush_now) {
     send_buffer_.append(bytes).append("\r\n");
-    if (flush_now)
-        flush();
+    if (flush_now) flush();
 }
 
 void base::shutdown_send() {
     const use call(*this);
     const auto status = platform::shutdown_send(call.handle());
-    if (status.cause == socket_cause::not_a_socket)
-        return;
-    if (status.cause != socket_cause::not_connected)
-        check("shutdown", status);
+    if (status.cause == socket_cause::not_a_socket) return;
+    if (status.cause != socket_cause::not_connected) check("shutdown", status);
     send_buffer_.clear();
 }
 
@@ -96,8 +88,7 @@ std::size_t base::receive(std::span<char> buffer) {
     const use call(*this);
     const auto got = platform::receive(call.handle(), buffer.data(), buffer.size());
     check("recv", got.status, transfer_rows);
-    if (got.count == 0)
-        throw connection_closed("recv() failed");
+    if (got.count == 0) throw connection_closed("recv() failed");
     count_received(got.count);
     return got.count;
 }
@@ -107,8 +98,7 @@ void base::send_all(string_view bytes) {
     while (!bytes.empty()) {
         const auto sent = platform::send(call.handle(), bytes.data(), bytes.size());
         check("send", sent.status, transfer_rows);
-        if (sent.count == 0)
-            throw connection_closed("send() failed");
+        if (sent.count == 0) throw connection_closed("send() failed");
         count_sent(sent.count);
         bytes.remove_prefix(sent.count);
     }

@@ -5,8 +5,7 @@
 namespace tackle::internet::transport::tcp {
 
 void raw::flush() {
-    if (send_buffer_.empty())
-        return;
+    if (send_buffer_.empty()) return;
     send_all(std::exchange(send_buffer_, {})); // emptied also when the sending fails
 }
 

@@ -29,8 +29,7 @@ constexpr failure_row accept_rows[] = {
 constexpr failure_row name_rows[] = {{socket_cause::not_connected, throw_as<tcp::base::connection_failed>}};
 
 void check_size(const char* call, const char* what, std::uint32_t size, std::uint32_t expected) {
-    if (size == expected)
-        return;
+    if (size == expected) return;
     throw generic(format("%s() returned %s of incorrect size %i (expected %i)", call, what, size, expected));
 }
 
@@ -42,8 +41,7 @@ base::use::use(const base& owner) : owner_(owner) {
 }
 
 base::use::~use() {
-    if (owner_.calls_.fetch_sub(1) == 1)
-        owner_.calls_.notify_all();
+    if (owner_.calls_.fetch_sub(1) == 1) owner_.calls_.notify_all();
 }
 
 base::~base() {
@@ -134,11 +132,9 @@ void base::set_receive_timeout(std::uint32_t milliseconds) {
 
 void base::close_socket() {
     const platform::socket_handle closing = socket_.exchange(platform::no_socket);
-    if (closing == platform::no_socket)
-        return;
+    if (closing == platform::no_socket) return;
     const auto status = platform::close_socket(closing, calls_);
-    if (status.cause != socket_cause::not_a_socket)
-        check("closesocket", status);
+    if (status.cause != socket_cause::not_a_socket) check("closesocket", status);
 }
 
 void base::count_received(std::size_t bytes) {

@@ -26,8 +26,7 @@ void raw::send_to(const address::base& address, string_view bytes) {
     const use call(*this);
     const auto sent = platform::send_to(call.handle(), address.data(), address.size(), bytes.data(), bytes.size());
     check("sendto", sent.status, transfer_rows);
-    if (sent.count != bytes.size())
-        throw message_truncated("sendto() failed");
+    if (sent.count != bytes.size()) throw message_truncated("sendto() failed");
     count_sent(sent.count);
 }
 

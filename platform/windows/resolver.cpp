@@ -32,12 +32,10 @@ resolver_status look_up(const char* host, const char* service, std::vector<raw_a
     addrinfo* found = nullptr;
     const int result = getaddrinfo(host, service, nullptr, &found);
     WSASetLastError(result);
-    if (result != 0)
-        return status_of(result);
+    if (result != 0) return status_of(result);
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, &freeaddrinfo);
     for (const addrinfo* entry = list.get(); entry != nullptr; entry = entry->ai_next) {
-        if (entry->ai_family != AF_INET || entry->ai_addrlen != sizeof(raw_address))
-            continue;
+        if (entry->ai_family != AF_INET || entry->ai_addrlen != sizeof(raw_address)) continue;
         std::memcpy(out.emplace_back().data(), entry->ai_addr, sizeof(raw_address));
     }
     return {};

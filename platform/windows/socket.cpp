@@ -55,8 +55,7 @@ socket_status failure(int number) noexcept { return {cause_of(number), static_ca
 socket_status status_of(int result) noexcept { return result == 0 ? socket_status{} : failure(WSAGetLastError()); }
 
 transfer transferred(int result) noexcept {
-    if (result == SOCKET_ERROR)
-        return {failure(WSAGetLastError()), 0, 0};
+    if (result == SOCKET_ERROR) return {failure(WSAGetLastError()), 0, 0};
     return {{}, static_cast<std::size_t>(result), 0};
 }
 
@@ -66,8 +65,7 @@ SOCKET native(socket_handle socket) noexcept { return static_cast<SOCKET>(socket
 int length_of(std::size_t count) noexcept { return count > 0x7FFFFFFF ? 0x7FFFFFFF : static_cast<int>(count); }
 
 socket_status made(SOCKET socket, socket_handle& out) noexcept {
-    if (socket == INVALID_SOCKET)
-        return failure(WSAGetLastError());
+    if (socket == INVALID_SOCKET) return failure(WSAGetLastError());
     SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
     out = static_cast<socket_handle>(socket);
     return {};

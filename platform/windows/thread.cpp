@@ -18,8 +18,7 @@ DWORD WINAPI run(void* given) {
     const task work = *static_cast<task*>(given);
     delete static_cast<task*>(given);
     work.body(work.argument);
-    if (work.library != nullptr)
-        FreeLibraryAndExitThread(work.library, 0);
+    if (work.library != nullptr) FreeLibraryAndExitThread(work.library, 0);
     return 0;
 }
 
@@ -28,13 +27,11 @@ DWORD WINAPI run(void* given) {
 bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) noexcept {
     out = 0;
     auto* work = new (std::nothrow) task{body, argument, nullptr};
-    if (work == nullptr)
-        return false;
+    if (work == nullptr) return false;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&run), &work->library);
     const HANDLE thread = CreateThread(nullptr, 0, run, work, CREATE_SUSPENDED, nullptr);
     if (thread == nullptr) {
-        if (work->library != nullptr)
-            FreeLibrary(work->library);
+        if (work->library != nullptr) FreeLibrary(work->library);
         delete work;
         return false;
     }
