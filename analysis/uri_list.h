@@ -9,8 +9,8 @@
 namespace brimwarden::analysis {
 
 // The "tru" signatures of one message while they are collected. Each address is kept in its shortest form: one whose
-// value begins with the value of another is left out, be it a longer path or a host below. Adding takes log n
-// comparisons whatever order the addresses come in.
+// value begins with the value of another is left out, be it a longer path or a host below. Adding takes a few times
+// log n comparisons, whatever order the addresses come in.
 class uri_list {
 public:
     // Replaces all those that begin with `value`; does nothing if there is one that `value` begins with.
@@ -20,7 +20,7 @@ public:
     // Takes out all that begin with `prefix`.
     void erase(tackle::wstring_view prefix);
 
-    // Puts them at the end of a list, in the order in which they came.
+    // Puts them at the end of a list, in the order in which they came, and is empty then.
     void move_to(signature_list& signatures);
 
 private:
@@ -30,12 +30,12 @@ private:
     };
     using shortest_map = std::map<tackle::wstring_view, entry*>;
 
-    // Where longer forms of `value` start; the end of the map if it has a shorter one.
-    [[nodiscard]] bool has_shorter(tackle::wstring_view value, shortest_map::iterator after) const;
-    void append(tackle::wstring_view value, tackle::wstring details, shortest_map::iterator after);
+    [[nodiscard]] bool begins_with_one(tackle::wstring_view value, shortest_map::const_iterator behind) const;
+    void append(tackle::wstring_view value, tackle::wstring details, shortest_map::const_iterator behind);
 
     std::deque<entry> entries_; // never moves one
-    shortest_map shortest_;     // by value those that begin with no other
+    // By value those that begin with no other. Whatever value begins with one of them has it directly in front.
+    shortest_map shortest_;
 };
 
 } // namespace brimwarden::analysis

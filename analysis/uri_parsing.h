@@ -2,6 +2,8 @@
 
 #include "foundation/text.h"
 
+#include <optional>
+
 // The steps from something that looks like a web address to the value of its signature.
 namespace brimwarden::analysis {
 
@@ -15,6 +17,10 @@ namespace brimwarden::analysis {
 // Resolves "%41", "%u0041" and "%%" once, and folds A to Z. Everything goes through UTF-8: escapes may give the bytes
 // of one character, and what is none becomes a replacement character. Escapes that are broken stay.
 [[nodiscard]] tackle::wstring decode_uri_escapes(tackle::wstring_view text);
+
+// What "%41" and "%u0041" stand for; none if a digit is none. The second takes four digits.
+[[nodiscard]] std::optional<unsigned char> decode_byte(char high, char low);
+[[nodiscard]] std::optional<char16_t> decode_unit(tackle::string_view digits);
 
 // Host and path without query and fragment, cleaned of what can't be part of them. A strange unit in the host ends
 // everything if `strict_host`, else it is left out.

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace brimwarden::analysis {
+
+// A set of positions below a fixed size that knows its neighbours: a bit for each position, a bit for each 64 of these
+// that are not all clear, and so on up to one word. Every operation touches one or two words of each level, of which
+// there are three for a quarter of a million positions.
+class position_set {
+public:
+    static constexpr std::size_t none = SIZE_MAX;
+
+    // Empty, for positions below `size`.
+    void reset(std::size_t size) {
+        std::size_t words = size / 64 + 1;
+        levels_.clear();
+        levels_.emplace_back(words);
+        while (words > 1) {
+            words = (words + 63) / 64;
+            levels_.emplace_back(words);
+        }
+    }
+
+    void insert(std::size_t position) {
+        for (auto& level : levels_) {
+            auto& word = level[position / 64];
+            const bool was_clear = word == 0;
+            word |= bit(position);
+            if (!was_clear) return;
+            position /= 64;
+        }
+    }
+
+    void erase(std::size_t position) {
+        for (auto& level : levels_) {
+            auto& word = level[position / 64];
+            word &= ~bit(position);
+            if (word != 0) return;
+            position /= 64;
+        }
+    }
+
+    [[nodiscard]] bool contains(std::size_t position) const {
+        return (levels_.front()[position / 64] & bit(position)) != 0;
+    }
+
+    // The first position that is not before `from`.
+    [[nodiscard]] std::size_t next(std::size_t from) const {
+        for (std::size_t height = 0; height < levels_.size() && from / 64 < levels_[height].size(); ++height) {
+            const auto word = levels_[height][from / 64] & (~std::uint64_t{0} << from % 64);
+            if (word != 0) return lowest(height, from / 64 * 64 + static_cast<unsigned>(std::countr_zero(word)));
+            from = from / 64 + 1;
+        }
+        return none;
+    }
+
+    // The last position before `end`.
+    [[nodiscard]] std::size_t previous(std::size_t end) const {
+        for (std::size_t height = 0; height < levels_.size(); ++height) {
+            const auto word = end % 64 == 0 ? 0 : levels_[height][end / 64] & (~std::uint64_t{0} >> (64 - end % 64));
+            if (word != 0) return highest(height, end / 64 * 64 + 63 - static_cast<unsigned>(std::countl_zero(word)));
+            end /= 64;
+        }
+        return none;
+    }
+
+private:
+    static constexpr std::uint64_t bit(std::size_t position) { return std::uint64_t{1} << position % 64; }
+
+    [[nodiscard]] std::size_t lowest(std::size_t height, std::size_t position) const {
+        while (height-- > 0)
+            position = position * 64 + static_cast<unsigned>(std::countr_zero(levels_[height][position]));
+        return position;
+    }
+    [[nodiscard]] std::size_t highest(std::size_t height, std::size_t position) const {
+        while (height-- > 0)
+            position = position * 64 + 63 - static_cast<unsigned>(std::countl_zero(levels_[height][position]));
+        return position;
+    }
+
+    std::vector<std::vector<std::uint64_t>> levels_;
+};
+
+} // namespace brimwarden::analysis

@@ -1,0 +1,153 @@
+#include "analysis/uri_extraction.h"
+
+#include "analysis/if_readable.h"
+#include "analysis/top_level_domains.h"
+#include "analysis/uri_parsing.h"
+#include "analysis/uri_scan.h"
+#include "deployment/deployment.h"
+#include "foundation/strings.h"
+#include "foundation/unicode.h"
+#include "message/header_type/addresses_value_type.h"
+#include "platform/character_class.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace brimwarden::analysis {
+
+using tackle::string_view;
+using tackle::wstring;
+using tackle::wstring_view;
+using tackle::internet::message2::part;
+
+namespace {
+
+constexpr auto npos = wstring_view::npos;
+
+// Lower-cased and in order.
+std::vector<wstring> file_names(const part& root) {
+    std::vector<const part*> parts;
+    root.find_parts(parts, false, "");
+    std::vector<wstring> names;
+    for (const auto* one : parts) {
+        // A name that can't be read is none that a link could have.
+        if_readable([&] { names.push_back(tackle::to_lower(one->attachment_info().filename)); });
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+bool is_space(char16_t unit) {
+    return tackle::platform::is_class(unit, tackle::platform::space | tackle::platform::blank);
+}
+
+std::size_t find_space(wstring_view text, std::size_t from) {
+    const auto found = std::find_if(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), is_space);
+    return found == text.end() ? npos : static_cast<std::size_t>(found - text.begin());
+}
+
+// What ends an address that stands behind such a unit; 0 if only white space does.
+char16_t closing_unit(char16_t opening) {
+    switch (opening) {
+    case u'"':
+        return u'"';
+    case u'(':
+        return u')';
+    case u'<':
+    case u'@':
+        return u'>';
+    case u'[':
+        return u']';
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+void scan_links(const part& root, const tackle::html::text_set& links, uri_list& uris) {
+    const auto names = file_names(root);
+    for (const auto link : links) {
+        if (!std::ranges::binary_search(names, link, {}, [](const auto& name) { return wstring_view(name); }))
+            scan_uri(link, true, uris);
+    }
+}
+
+void scan_text_for_uris(wstring_view text, uri_list& uris) {
+    for (std::size_t start = 0; (start = find_uri_start(text, start)) != npos;) {
+        const auto closing = start == 0 ? u'\0' : closing_unit(text[start - 1]);
+        const auto end = closing == 0 ? find_space(text, start) : text.find(closing, start);
+        scan_uri(text.substr(start, end == npos ? npos : end - start), false, uris);
+        if (end == npos) return;
+        start = end;
+    }
+}
+
+namespace {
+
+// The value that the words in front of a top-level domain spell, the first of which is "www".
+std::optional<wstring> spoken_value(const token_list& tokens, std::size_t domain) {
+    constexpr unsigned most_words = 2;
+    wstring value(tokens[domain]);
+    unsigned words = 0;
+    for (auto i = domain; i-- > 0;) {
+        if (tokens[i] == u"dot") continue;
+        const bool is_first = tokens[i] == u"www";
+        if (!is_first && ++words > most_words) return std::nullopt;
+        value += u'.';
+        value += tokens[i];
+        if (is_first) return value;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+void scan_spoken_uris(const token_list& tokens, uri_list& uris) {
+    for (auto i = tokens.size(); i-- > 0;) {
+        if (!is_top_level_domain(tokens[i])) continue;
+        if (const auto value = spoken_value(tokens, i)) uris.add_beside(*value);
+    }
+}
+
+void drop_recipient_domain(const part& root, uri_list& uris) {
+    tackle::internet::message2::header_type::addresses_value_type to;
+    bool is_readable = false;
+    if_readable([&] {
+        root.get_header("To", to);
+        is_readable = true;
+    });
+    if (!is_readable || to.addresses().empty()) return;
+    const string_view address = (*to.addresses().begin()).address;
+    const auto domain = tackle::to_lower(address.substr(address.rfind('@') + 1));
+    wstring value;
+    if (reverse_domain(tackle::unicode::to_wide(domain, tackle::unicode::raw_code_page), value)) uris.erase(value);
+}
+
+namespace {
+
+// Of a country whose other zones are handed out to anybody.
+bool is_free_zone(wstring_view value) {
+    static constexpr wstring_view ordinary[] = {u"cn.ac.", u"cn.com.", u"cn.edu.", u"cn.gov.", u"cn.net.", u"cn.org."};
+    return value.starts_with(u"cn.") &&
+           std::ranges::none_of(ordinary, [value](wstring_view zone) { return value.starts_with(zone); });
+}
+
+bool is_bulk(wstring_view value) {
+    return is_free_zone(value) ||
+           std::ranges::any_of(deployment::bulk_hosts, [value](wstring_view host) { return value.starts_with(host); });
+}
+
+} // namespace
+
+void check_bulk_uris(const signature_list& signatures, test_result_list& test_results) {
+    bool found = false;
+    for (const auto& record : signatures) {
+        if (record.type != u"tru" || (record.matched && !record.ignored) || !is_bulk(record.value)) continue;
+        test_results.emplace_back(u"Part.Text.Unknown_Bulk_URI", found ? 0.0F : 40.0F);
+        test_results.back().details = u"Unknown bulk URI: " + record.value;
+        found = true;
+    }
+}
+
+} // namespace brimwarden::analysis
