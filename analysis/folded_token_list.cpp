@@ -69,6 +69,11 @@ void append_set(std::uint64_t set, char16_t first, tackle::wstring& out) {
 
 } // namespace
 
+void folded_token_list::reserve(std::size_t tokens) {
+    tokens_.reserve(tokens);
+    words_.reserve(std::min(tokens, first_slots / 2)); // a long text repeats itself: more is room for nothing, mostly
+}
+
 void folded_token_list::append(wstring_view token) {
     letter_bit sets{0, 0};
     others_.clear();

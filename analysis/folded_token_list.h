@@ -16,8 +16,8 @@ namespace brimwarden::analysis {
 // a token takes time in proportion to its length.
 class folded_token_list {
 public:
-    // Makes room for so many tokens in all.
-    void reserve(std::size_t tokens) { tokens_.reserve(tokens); }
+    // Makes room for so many tokens in all, and for the words of a text of that size.
+    void reserve(std::size_t tokens);
     // Folds a token, which is not empty, and adds it.
     void append(tackle::wstring_view token);
     void clear();
