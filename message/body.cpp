@@ -11,23 +11,27 @@ namespace {
 // Gives the lines of a stretch one by one.
 class stretch_reader {
 public:
-    explicit stretch_reader(const line_stretch& lines) : lines_(lines), scanner_(lines.bytes) {}
+    explicit stretch_reader(const line_stretch& lines) : left_(lines), scanner_(lines.bytes) {}
 
     bool next(string_view& line) {
-        if (!lines_.open && scanner_.position() == lines_.bytes.size()) return false;
-        if (!scanner_.next(line)) return false;
-        in_open_line_ = line.data() + line.size() == lines_.bytes.data() + lines_.bytes.size();
+        if (left_.open || scanner_.position() < left_.bytes.size()) {
+            scanner_.next(line);
+            if (line.data() + line.size() == left_.bytes.data() + left_.bytes.size()) left_.open = false;
+            return true;
+        }
+        if (left_.empty_lines == 0) return false;
+        --left_.empty_lines;
+        line = {};
         return true;
     }
     // The lines not yet given.
     [[nodiscard]] line_stretch rest() const {
-        return {lines_.bytes.substr(scanner_.position()), lines_.open && !in_open_line_};
+        return {left_.bytes.substr(scanner_.position()), left_.open, left_.empty_lines};
     }
 
 private:
-    line_stretch lines_;
+    line_stretch left_;
     line_scanner scanner_;
-    bool in_open_line_ = false;
 };
 
 bool is_uuencoded(string_view line) {
@@ -84,7 +88,7 @@ bool find_uuencoded_block(const line_stretch& lines, uuencoded_block& block) {
     while (reader.next(line)) {
         if (line.starts_with("end")) {
             const auto length = static_cast<std::size_t>(line.data() - behind_name.bytes.data());
-            block.lines = {behind_name.bytes.substr(0, length), false};
+            block.lines = {behind_name.bytes.substr(0, length), false, 0};
             block.rest = reader.rest();
             return true;
         }

@@ -94,7 +94,7 @@ std::size_t normalised_size(const line_stretch& lines) noexcept {
         if (is_line_end(bytes[at])) ++end_bytes;
         if (bytes[at] == '\r' && at + 1 < size && bytes[at + 1] == '\n') ++pairs;
     }
-    return size - end_bytes + 2 * (end_bytes - pairs + (lines.open ? 1 : 0));
+    return size - end_bytes + 2 * (end_bytes - pairs + (lines.open ? 1 : 0) + lines.empty_lines);
 }
 
 // Whole runs of lines that end in CR LF already are copied at once.
@@ -122,7 +122,8 @@ void append_normalised(const line_stretch& lines, string& out) {
         end = find_line_end(bytes, next);
     }
     copy(copied, bytes.size());
-    if (lines.open) end_line();
+    for (std::size_t left = (lines.open ? 1 : 0) + lines.empty_lines; left > 0; --left)
+        end_line();
     out.resize(static_cast<std::size_t>(to - out.data()));
 }
 

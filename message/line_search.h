@@ -7,13 +7,13 @@
 // Searches over lines that stay where they are; the ends of lines are those of line_scanner.
 namespace tackle::internet::message2 {
 
-// A run of whole lines within a message. Its last line may be open: the last of the message, which no line end follows
-// and which can be empty. A stretch without open line ends right behind a line end, or holds no line.
+// A run of whole lines within a message. The last one in the bytes may be open: no line end follows it, and it can be
+// empty. Bytes without open line end right behind a line end, or hold no line. Empty lines that stand nowhere may
+// follow: a message attached as it is ends in one more than the text around it.
 struct line_stretch {
     string_view bytes;
     bool open = false;
-
-    [[nodiscard]] bool empty() const noexcept { return bytes.empty() && !open; }
+    std::size_t empty_lines = 0;
 };
 
 // The first line that begins with `c`, which is no line end, at or behind `from`; the text's size if there is none. The

@@ -62,7 +62,7 @@ void tree_loader::load(part& root, string_view message, unsigned depth, const re
     attached_messages found;
     std::exception_ptr failure;
     try {
-        tree_walk(message, depth, found).run(root);
+        tree_walk({message}, depth, found).run(root);
     } catch (const exception&) {
         failure = std::current_exception();
     }
@@ -87,34 +87,51 @@ void tree_loader::read_headers(part& node, string_view section, std::size_t fiel
     if (!has_type) node.headers_.add("Content-Type", "");
 }
 
-void tree_loader::store_body(part& node, const line_stretch& lines) {
+void tree_loader::store_body(part& node, const line_stretch& lines, bool has_no_files) {
     const string encoding = node.transfer_encoding();
     if (encoding == "base64") {
         decode_base64_body(lines, node.content_.data);
     } else if (encoding == "quoted-printable") {
         decode_quoted_printable_body(lines, node.content_.data);
+    } else if (has_no_files) {
+        append_normalised(lines, node.content_.data);
     } else {
         store_text(node, lines);
     }
+}
+
+namespace {
+
+// The first uuencoded file at or behind `at`, which then is where it begins. False if there is none.
+bool next_uuencoded_block(const line_stretch& lines, std::size_t& at, uuencoded_block& block) {
+    const string_view bytes = lines.bytes;
+    for (at = find_line_with(bytes, at, 'b'); at < bytes.size(); at = find_line_with(bytes, at + 1, 'b')) {
+        const string_view left = bytes.substr(at);
+        if (left.starts_with("begin") && find_uuencoded_block({left, lines.open, lines.empty_lines}, block))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool tree_loader::has_uuencoded_file(const line_stretch& lines) {
+    std::size_t at = 0;
+    uuencoded_block block;
+    return next_uuencoded_block(lines, at, block);
 }
 
 // Everything that is no uuencoded file goes to the data, and the files become children. Their depth is not limited:
 // they are leaves, and a text at the limit must not make its message unreadable.
 void tree_loader::store_text(part& node, const line_stretch& lines) {
     line_stretch left = lines;
+    std::size_t at = 0;
     bool any_file = false;
-    const string_view& bytes = left.bytes;
-    for (std::size_t at = find_line_with(bytes, 0, 'b'); at < bytes.size();) {
-        uuencoded_block block;
-        if (!bytes.substr(at).starts_with("begin") || !find_uuencoded_block({bytes.substr(at), left.open}, block)) {
-            at = find_line_with(bytes, at + 1, 'b');
-            continue;
-        }
+    for (uuencoded_block block; next_uuencoded_block(left, at, block); at = 0) {
         any_file = true;
-        append_normalised({bytes.substr(0, at), false}, node.content_.data);
+        append_normalised({left.bytes.substr(0, at), false, 0}, node.content_.data);
         node.children_.push_back(make_uuencoded(node, block));
         left = block.rest;
-        at = find_line_with(bytes, 0, 'b');
     }
     append_normalised(left, node.content_.data);
     if (any_file) split_off_text(node);
@@ -154,12 +171,12 @@ bool tree_loader::is_attached_message(const part& node) {
     }
 }
 
-void tree_loader::detach_message(part& node, unsigned depth, attached_messages& found) {
+// Turns a part that is an attached message into one that has it as child.
+part* tree_loader::make_nested(part& node, unsigned depth) {
     if (depth >= part::deepest) throw depth_limit("MIME tree depth exceeded");
-    found.push_back({&add_child(node), std::move(node.content_.data), depth + 1});
-    node.content_.data.clear();
     node.content_.content_type = "message/rfc822";
     node.remove_headers("Content-Transfer-Encoding");
+    return &add_child(node);
 }
 
 } // namespace tackle::internet::message2

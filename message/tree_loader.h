@@ -32,12 +32,13 @@ private:
     // What the walk does to a part.
     static std::unique_ptr<part> make_bare() { return std::unique_ptr<part>(new part(part::bare())); }
     static void read_headers(part& node, string_view section, std::size_t fields);
-    static void store_body(part& node, const struct line_stretch& lines);
+    static void store_body(part& node, const struct line_stretch& lines, bool has_no_files);
     static void store_text(part& node, const struct line_stretch& lines);
+    static bool has_uuencoded_file(const struct line_stretch& lines);
     static std::unique_ptr<part> make_uuencoded(const part& text, const struct uuencoded_block& block);
     static void split_off_text(part& node);
     static bool is_attached_message(const part& node);
-    static void detach_message(part& node, unsigned depth, attached_messages& found);
+    static part* make_nested(part& node, unsigned depth);
     static part& add_child(part& node);
 };
 

@@ -9,7 +9,8 @@
 namespace tackle::internet::message2 {
 
 // One walk over a message that makes its tree. All parts that are open at a line stand on a stack, and the line is
-// compared with all their boundaries at once, so that the depth of a part does not cost its lines anything.
+// compared with all their boundaries at once, so that the depth of a part does not cost its lines anything. A message
+// attached without encoding is walked once more, but neither copied nor searched for files again.
 //
 // The rules, per part: its headers run to an empty line. What follows, up to its delimiter or closing line, is its own
 // body, or its first child if it is a "message/rfc822". Each stretch from there to the next such line is a child. The
@@ -17,8 +18,13 @@ namespace tackle::internet::message2 {
 // within its headers too; the outer parts see a line first.
 class tree_walk {
 public:
-    // `depth` is that of the root. Bytes and list outlive the walk.
-    tree_walk(string_view text, unsigned depth, tree_loader::attached_messages& found);
+    struct source {
+        string_view text;
+        std::size_t empty_lines = 0; // that follow the text
+        bool has_no_files = false;   // no uuencoded file is in it, as is known already
+    };
+    // `depth` is that of the root. Text and list outlive the walk.
+    tree_walk(const source& from, unsigned depth, tree_loader::attached_messages& found);
 
     // Throws as the constructors of part, and leaves what it made so far in the tree.
     void run(part& root);
@@ -44,17 +50,22 @@ private:
         bool at_end;
     };
 
+    [[nodiscard]] std::size_t end_of_line(std::size_t line) const;
+    [[nodiscard]] std::size_t line_behind(std::size_t line_end) const;
     [[nodiscard]] line_stretch stretch(std::size_t first, std::size_t last) const;
     [[nodiscard]] cut end_of_text() const;
+    bool find_cut(std::size_t line, std::size_t line_end, cut& found) const;
     [[nodiscard]] cut next_cut() const;
     bool walk_headers(cut& found);
     void begin_body();
     void open_child(std::size_t owner);
     void finish_own_body(open_part& owner, std::size_t depth, std::size_t last);
+    bool walk_in_place(part& node, const line_stretch& body, unsigned depth);
     void finish_from(std::size_t first, std::size_t last);
     bool apply_cut(cut at);
 
     string_view text_;
+    bool has_no_files_;
     std::size_t end_; // behind the last line: beyond the size, since the last line may be empty
     std::size_t position_ = 0;
     unsigned depth_;

@@ -101,6 +101,15 @@ BENCHMARK(load_deep_dashes)->Apply(growing);
 void load_dash_lines(benchmark::State& state) { grow(state, deep_head(1) + "\n" + repeated("--\n", size_of(state))); }
 BENCHMARK(load_dash_lines)->Apply(growing);
 
+// Attached messages within each other, each with a boundary of its own.
+void load_attached_chain(benchmark::State& state) {
+    string head;
+    for (int depth = 0; depth < 64; ++depth)
+        head += "Content-Type: application/octet-stream; name=a.eml; boundary=" + std::to_string(depth) + "\n\n";
+    grow(state, head + "\n" + repeated("text\n", size_of(state)));
+}
+BENCHMARK(load_attached_chain)->Apply(growing);
+
 void load_line_ends(benchmark::State& state) { grow(state, "A: b\n\n" + string(size_of(state), '\n')); }
 BENCHMARK(load_line_ends)->Apply(growing);
 

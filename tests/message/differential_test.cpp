@@ -128,6 +128,11 @@ private:
         add_part(depth + 2);
         const string inner = std::exchange(message_, outer);
         add("Content-Type: application/octet-stream; name=x.eml");
+        if (below(2) == 0) {
+            add(one_of({"", "Content-Transfer-Encoding: quoted-printable\n", "Content-Disposition: inline\n"}));
+            message_ += inner;
+            return;
+        }
         add("Content-Transfer-Encoding: base64");
         add("");
         const string encoded = base64_encode(inner, true);

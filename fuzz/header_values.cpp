@@ -1,0 +1,34 @@
+// Reads any raw value as each type, and what it renders once more.
+#include "foundation/coding.h"
+#include "foundation/unicode.h"
+#include "message/header_type/addresses_value_type.h"
+#include "message/header_type/parametized_value_type.h"
+
+#include <cstdint>
+
+using namespace tackle;
+using namespace internet::message2::header_type;
+
+namespace {
+
+template <typename value_type>
+void read(string_view raw) {
+    try {
+        value_type value("utf-8");
+        value.parse(raw);
+        const string rendered = value.render();
+        value.parse(rendered);
+    } catch (const unicode::generic&) {
+    } catch (const coding::translate::generic&) {
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const string_view raw(reinterpret_cast<const char*>(data), size);
+    read<unstructured_value_type>(raw);
+    read<parametized_value_type>(raw);
+    read<addresses_value_type>(raw);
+    return 0;
+}
