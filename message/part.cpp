@@ -62,7 +62,7 @@ part& part::operator=(const part& other) {
 
 bool part::get_header(string_view name, header_type::generic_value_type& value) const {
     for (const header_field field : headers_) {
-        if (!iequals(field.name, name)) continue;
+        if (!is_named(field, name)) continue;
         value.parse(field.value);
         return true;
     }
@@ -71,7 +71,7 @@ bool part::get_header(string_view name, header_type::generic_value_type& value) 
 
 bool part::get_header(string_view name, string& raw) const {
     for (const header_field field : headers_) {
-        if (!iequals(field.name, name)) continue;
+        if (!is_named(field, name)) continue;
         raw = field.value;
         return true;
     }
@@ -85,7 +85,7 @@ void part::add_header(string_view name, const header_type::generic_value_type& v
 void part::add_header(string_view name, string_view raw) { headers_.add(name, raw); }
 
 void part::remove_headers(string_view name) {
-    headers_.remove_if([&](const header_field& field) { return iequals(field.name, name); });
+    headers_.remove_if([&](const header_field& field) { return is_named(field, name); });
 }
 
 const wstring& part::text() {

@@ -80,7 +80,7 @@ void tree_loader::read_headers(part& node, string_view section, std::size_t fiel
     read_header_section(section, fields, node.headers_);
     bool has_type = false;
     for (const header_field field : node.headers_) {
-        if (!iequals(field.name, "Content-Type")) continue;
+        if (!is_named(field, "Content-Type")) continue;
         has_type = true;
         node.apply_content_type(field.value);
     }
