@@ -7,7 +7,6 @@
 #include "platform/character_class.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace brimwarden::analysis {
 
@@ -146,8 +145,7 @@ void hidden_uri_search::strip_port() {
     wake_escapes_before(end);
     escapes_.insert(escapes_.end(), woken_.begin(), woken_.end());
     std::ranges::sort(escapes_);
-    const auto repeated = std::ranges::unique(escapes_);
-    escapes_.erase(repeated.begin(), repeated.end());
+    escapes_.erase(std::unique(escapes_.begin(), escapes_.end()), escapes_.end());
 }
 
 // Resolves each escape once, as decode_uri_escapes does.
@@ -181,8 +179,7 @@ void hidden_uri_search::decode() {
     }
     finish_bytes();
     std::ranges::sort(woken_);
-    const auto repeated = std::ranges::unique(woken_);
-    woken_.erase(repeated.begin(), repeated.end());
+    woken_.erase(std::unique(woken_.begin(), woken_.end()), woken_.end());
     escapes_.swap(woken_);
 }
 
@@ -327,9 +324,9 @@ std::size_t hidden_uri_search::find_start() const {
 }
 
 void hidden_uri_search::undo() {
-    for (const auto& one : std::views::reverse(changes_)) {
-        units_[one.position] = one.unit;
-        if (one.erased) marks_[live].insert(one.position);
+    for (auto one = changes_.rbegin(); one != changes_.rend(); ++one) {
+        units_[one->position] = one->unit;
+        if (one->erased) marks_[live].insert(one->position);
     }
     changes_.clear();
 }

@@ -34,6 +34,7 @@ void uri_list::erase(wstring_view prefix) {
 }
 
 void uri_list::move_to(signature_list& signatures) {
+    signatures.reserve(signatures.size() + entries_.size());
     for (auto& one : entries_) {
         if (!one.erased) signatures.push_back(std::move(one.record));
     }

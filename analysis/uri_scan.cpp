@@ -16,7 +16,9 @@ namespace {
 bool add_if_valid(wstring_view candidate, wstring_view resolved, bool strict_host, uri_list& uris) {
     wstring value;
     if (!reverse_domain(extract_host_and_path(resolved, strict_host), value)) return false;
-    wstring details = u"Input: \"";
+    wstring details;
+    details.reserve(candidate.size() + 9);
+    details = u"Input: \"";
     details += candidate;
     details += u'"';
     uris.add(value, std::move(details));
@@ -60,6 +62,7 @@ void scan_uri(wstring_view candidate, bool strict_host, uri_list& uris) {
         resolved = decode_uri_escapes(strip_uri_prefix(candidate));
         add_if_valid(candidate, resolved, strict_host, uris);
     }
+    if (candidate.find_first_of(u"?&%") == wstring_view::npos) return;
     scan_query_values(candidate, uris);
     scan_query_values(decode_uri_escapes(candidate), uris);
 }

@@ -104,9 +104,9 @@ std::vector<text_set::weighed_entry> text_set::different_entries() const {
         const auto order = compare(a, b);
         return order != 0 ? order < 0 : a.index < b.index;
     });
-    const auto repeated = std::ranges::unique(
-        weighed, [&](const weighed_entry& a, const weighed_entry& b) { return compare(a, b) == 0; });
-    weighed.erase(repeated.begin(), repeated.end());
+    weighed.erase(std::unique(weighed.begin(), weighed.end(),
+                              [&](const weighed_entry& a, const weighed_entry& b) { return compare(a, b) == 0; }),
+                  weighed.end());
     std::ranges::sort(weighed, {}, &weighed_entry::index);
     return weighed;
 }
@@ -148,8 +148,7 @@ const std::vector<wstring_view>& text_set::sorted() const {
         join_prefixed();
     }
     std::ranges::sort(sorted_);
-    const auto repeated = std::ranges::unique(sorted_);
-    sorted_.erase(repeated.begin(), repeated.end());
+    sorted_.erase(std::unique(sorted_.begin(), sorted_.end()), sorted_.end());
     is_sorted_ = true;
     return sorted_;
 }

@@ -9,19 +9,11 @@ void value_frame::clear() {
     listed_.clear();
     touched_.clear();
     reading_ = reading::text;
-    last_was_space_ = true;
 }
 
 void value_frame::append(char16_t unit) {
     const auto last = units_.previous(list_.tail);
     look_at_taken(units_.insert(unit, list_.tail), last == list_.head || units_.is_white(last));
-}
-
-// The first pass looks at all places where a conversion could change anything.
-void value_frame::look_at_taken(place p, bool behind_white) {
-    const auto unit = units_.unit(p);
-    units_.at(p).listed = false; // for another frame it may have been
-    if (unit == u'<' || unit == u'&' || (behind_white && units_.is_white(p))) list_place(p);
 }
 
 wstring value_frame::text() const {

@@ -40,7 +40,12 @@ public:
 private:
     enum class reading { text, tag, inner_value };
 
-    void look_at_taken(place p, bool behind_white);
+    // The first pass looks at all places where a conversion could change anything.
+    void look_at_taken(place p, bool behind_white) {
+        auto& taken = units_.at(p);
+        if (taken.listed) taken.listed = false; // for another frame it was
+        if (taken.unit == u'<' || taken.unit == u'&' || (behind_white && units_.is_white(p))) list_place(p);
+    }
     void start_pass();
     void end_pass();
     void list_place(place p);
@@ -65,7 +70,9 @@ private:
     [[nodiscard]] bool read_attribute(value_frame& inner);
     [[nodiscard]] bool read_value(bool wanted, value_frame& inner);
     void skip_quoted_name();
-    void skip_or_look(bool wanted, value_frame& inner);
+    [[nodiscard]] bool ends_value(char16_t quote) const;
+    void skip_value(char16_t quote);
+    void take_value(char16_t quote, value_frame& inner);
     void take(place first, place behind, place dropped);
     [[nodiscard]] bool starts_with(wstring_view prefix) const;
     void write_link(value_frame& inner);

@@ -85,14 +85,36 @@ void value_frame::skip_quoted_name() {
 // False if the value now stands in `inner`.
 bool value_frame::read_value(bool wanted, value_frame& inner) {
     if (at_end()) return true;
-    if (wanted) inner.clear();
-    const auto quote = units_.unit(at_);
-    const bool quoted = at_quote();
-    if (quoted) drop();
+    const auto quote = at_quote() ? units_.unit(at_) : u'\0';
+    if (quote != 0) drop();
+    if (wanted)
+        take_value(quote, inner);
+    else
+        skip_value(quote);
+    if (quote != 0 && !at_end()) drop();
+    return !wanted;
+}
+
+bool value_frame::ends_value(char16_t quote) const {
+    if (at_end()) return true;
+    const auto unit = units_.unit(at_);
+    return quote != 0 ? unit == quote : unit == u'>' || at_white();
+}
+
+void value_frame::skip_value(char16_t quote) {
+    for (; !ends_value(quote); drop()) {
+        if (quote != 0 && units_.unit(at_) == u'\\') drop();
+        if (at_end()) return;
+    }
+}
+
+void value_frame::take_value(char16_t quote, value_frame& inner) {
+    inner.clear();
     auto before = dropped_;
     auto first = at_;
-    while (!at_end() && (quoted ? units_.unit(at_) != quote : !at_white() && units_.unit(at_) != u'>')) {
-        if (quoted && units_.unit(at_) == u'\\') {
+    bool behind_white = true;
+    while (!ends_value(quote)) {
+        if (quote != 0 && units_.unit(at_) == u'\\') {
             const bool in_front = at_ == first;
             drop();
             if (in_front) {
@@ -101,21 +123,11 @@ bool value_frame::read_value(bool wanted, value_frame& inner) {
             }
             if (at_end()) break;
         }
-        skip_or_look(wanted, inner);
+        inner.look_at_taken(at_, behind_white);
+        behind_white = at_white();
+        at_ = units_.next(at_);
     }
-    if (wanted) inner.take(first, at_, before);
-    if (quoted && !at_end()) drop();
-    return !wanted;
-}
-
-void value_frame::skip_or_look(bool wanted, value_frame& inner) {
-    if (!wanted) {
-        drop();
-        return;
-    }
-    inner.look_at_taken(at_, inner.last_was_space_);
-    inner.last_was_space_ = at_white();
-    at_ = units_.next(at_);
+    inner.take(first, at_, before);
 }
 
 // The stretch moves as it is, so that a value deep inside others is not copied out of each. `dropped` stood in front of
