@@ -20,8 +20,7 @@ wstring file_name(const part& node) {
 void list_tree(const part& node, std::uint32_t indent, const part* root, const part* displayable, trace_list& trace) {
     wstring line = tackle::unicode::to_wide(node.content_type(), 65001);
     if (const wstring name = file_name(node); !name.empty()) tackle::append_format(line, u" \"%s\"", name);
-    // The address tells parts apart within one trace and means nothing beyond it.
-    tackle::append_format(line, u" -- ID: %p, Bytes: %i", static_cast<const void*>(&node), node.data().size());
+    tackle::append_format(line, u" -- ID: 0x%x, Bytes: %i", node.number(), node.data().size());
     if (&node == root) line += u", Logical Root";
     if (&node == displayable) line += u", Displayable";
     trace.append(indent, line);

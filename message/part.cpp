@@ -31,9 +31,15 @@ part::part() {
     headers_.add("Content-Transfer-Encoding", "quoted-printable");
 }
 
-part::part(string_view message) { tree_loader::load(*this, message); }
+part::part(string_view message) {
+    tree_loader::load(*this, message);
+    number_from(1);
+}
 
-part::part(wstring_view path) { tree_loader::load(*this, read_file(path)); }
+part::part(wstring_view path) {
+    tree_loader::load(*this, read_file(path));
+    number_from(1);
+}
 
 part::part(const std::list<string>& lines) : part(lines.begin(), lines.end()) {}
 
@@ -46,9 +52,11 @@ part::part(std::list<string>::const_iterator lines_begin, std::list<string>::con
     for (auto line = std::next(lines_begin); line != lines_end; ++line)
         (message += "\r\n") += *line;
     tree_loader::load(*this, std::move(message));
+    number_from(1);
 }
 
-part::part(const part& other) : headers_(other.headers_), content_(other.content_), boundary_(other.boundary_) {
+part::part(const part& other)
+    : headers_(other.headers_), content_(other.content_), boundary_(other.boundary_), number_(other.number_) {
     children_.reserve(other.children_.size());
     for (const auto& child : other.children_)
         children_.push_back(std::make_unique<part>(*child));
@@ -58,6 +66,13 @@ part::part(const part& other) : headers_(other.headers_), content_(other.content
 part& part::operator=(const part& other) {
     if (this != &other) *this = part(other);
     return *this;
+}
+
+std::uint32_t part::number_from(std::uint32_t first) noexcept {
+    number_ = first++;
+    for (const auto& child : children_)
+        first = child->number_from(first);
+    return first;
 }
 
 bool part::get_header(string_view name, header_type::generic_value_type& value) const {

@@ -68,6 +68,10 @@ public:
     // As it stood, case kept; empty if there is none.
     [[nodiscard]] const string& boundary() const noexcept { return boundary_; }
     [[nodiscard]] const std::vector<std::unique_ptr<part>>& children() const noexcept { return children_; }
+    // Its place in the message that was loaded, counted from 1 at the root, each part before its children: what a trace
+    // calls a part by, the same in every run and without telling anything about the process. A copy keeps it; a part
+    // that was not loaded has 1.
+    [[nodiscard]] std::uint32_t number() const noexcept { return number_; }
 
     // Gives the raw value of the first field of that name, case ignored, to `value`, which may throw in parsing it.
     // False if there is none; `value` is then left alone.
@@ -121,11 +125,13 @@ private:
     explicit part(bare) noexcept {}
 
     void apply_content_type(string_view raw);
+    std::uint32_t number_from(std::uint32_t first) noexcept; // this part and all below; returns the next number
 
     header_list headers_;
     part_content content_;
     string boundary_;
     std::vector<std::unique_ptr<part>> children_;
+    std::uint32_t number_ = 1;
 };
 
 } // namespace tackle::internet::message2

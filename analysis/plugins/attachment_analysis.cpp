@@ -38,7 +38,7 @@ public:
         }
         if (type == "text/plain" && size < shortest_text) return;
         signatures_.emplace_back(u"prd", digest_text(part.data()));
-        signatures_.back().details = tackle::format(u"Part: %p", static_cast<const void*>(&part));
+        signatures_.back().details = tackle::format(u"Part: 0x%x", part.number());
     }
 
 private:

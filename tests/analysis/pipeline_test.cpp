@@ -63,20 +63,18 @@ TEST(parts_list, names_and_marks_parts) {
     list_parts(message, &message, message.find_displayable(), trace);
     const struct {
         std::uint32_t indent;
-        std::size_t part;
-        const char16_t* format;
+        const char16_t* text;
     } expected[] = {
-        {1, 0, u"multipart/mixed -- ID: %p, Bytes: 0, Logical Root"},
-        {2, 1, u"text/html \"\u00e9 a.htm\" -- ID: %p, Bytes: 3, Displayable"},
-        {2, 2, u"image/png -- ID: %p, Bytes: 2"},
-        {2, 3, u"multipart/x -- ID: %p, Bytes: 0"},
-        {3, 4, u"text/plain -- ID: %p, Bytes: 2"},
+        {1, u"multipart/mixed -- ID: 0x1, Bytes: 0, Logical Root"},
+        {2, u"text/html \"\u00e9 a.htm\" -- ID: 0x2, Bytes: 3, Displayable"},
+        {2, u"image/png -- ID: 0x3, Bytes: 2"},
+        {2, u"multipart/x -- ID: 0x4, Bytes: 0"},
+        {3, u"text/plain -- ID: 0x5, Bytes: 2"},
     };
     ASSERT_EQ(trace.size(), std::size(expected));
     for (std::size_t i = 0; i < trace.size(); ++i) {
         EXPECT_EQ(trace[i].indent, expected[i].indent);
-        EXPECT_EQ(trace[i].text,
-                  tackle::format(expected[i].format, static_cast<const void*>(nth(message, expected[i].part))));
+        EXPECT_EQ(trace[i].text, expected[i].text);
     }
 }
 

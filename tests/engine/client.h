@@ -41,13 +41,6 @@ inline std::vector<line> trace_of(std::uint32_t handle) {
     }
 }
 
-// The identity of a part is its address: any value will do.
-inline void hide_identities(std::vector<line>& lines) {
-    for (auto& [indent, content] : lines)
-        if (const auto id = content.find(" -- ID: "); id != std::string::npos)
-            content.replace(id, content.find(',', id) - id, " -- ID");
-}
-
 // A running engine and sessions that end with their test.
 class engine : public testing::Test {
 protected:

@@ -28,13 +28,11 @@ results ask(std::uint32_t handle) {
 
 class language_exports : public client::engine {
 protected:
-    // The trace of a language question on a message, part identities aside.
+    // The trace of a language question on a message.
     std::vector<client::line> lines_for(const std::string& message) {
         const auto handle = open_session(message);
         ask(handle);
-        auto lines = client::trace_of(handle);
-        client::hide_identities(lines);
-        return lines;
+        return client::trace_of(handle);
     }
 };
 
