@@ -1,11 +1,9 @@
 #include "language/language_query.h"
 
 #include "analysis/displayed_text.h"
+#include "analysis/if_readable.h"
 #include "analysis/logical_root.h"
 #include "analysis/parts_list.h"
-#include "foundation/unicode.h"
-#include "html/convert_to_text.h"
-#include "html/reader.h"
 #include "message/header_type/unstructured_value_type.h"
 
 namespace brimwarden::language {
@@ -17,23 +15,16 @@ using tackle::internet::message2::part;
 
 wstring text_of(const part& displayable, const part& root) {
     wstring text = analysis::read_displayed_text(displayable, root).text;
-    if (displayable.content_type() != "text/html") return text;
-    tackle::html::convert_to_text converter(false);
-    tackle::html::parse(text, converter);
-    if (!converter.tags.contains(u"body")) { // a fragment: all of it is body
-        converter = tackle::html::convert_to_text(true);
-        tackle::html::parse(text, converter);
-    }
-    return std::move(converter.text);
+    analysis::resolve_markup(displayable, text);
+    return text;
 }
 
 // An unreadable Subject counts as none.
 void prepend_subject(const part& root, wstring& text) {
-    try {
+    analysis::if_readable([&] {
         tackle::internet::message2::header_type::unstructured_value_type subject;
         if (root.get_header("Subject", subject)) text = subject.value() + u" " + text;
-    } catch (const tackle::unicode::generic&) {
-    }
+    });
 }
 
 } // namespace

@@ -66,7 +66,7 @@ TEST_F(session, reads_a_file_by_its_wide_name) {
     std::filesystem::remove(path);
     std::int32_t probability = 0;
     EXPECT_EQ(BRMX_Spam_GetProbability(handle, 0, &probability), community_unavailable);
-    EXPECT_EQ(probability, 10); // a file in place of a message
+    EXPECT_EQ(probability, 60); // a file in place of a message, and three fields are missing
     EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok);
     handle = 77;
     EXPECT_EQ(BRMX_Session_CreateFromFile(name.data(), static_cast<std::uint32_t>(name.size()), &handle),
