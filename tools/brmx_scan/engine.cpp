@@ -39,6 +39,19 @@ constexpr named_status status_names[] = {
 };
 #undef BRMX_SCAN_STATUS
 
+struct tagged_language {
+    std::uint32_t lcid;
+    const char* tag;
+};
+constexpr tagged_language language_tags[] = {
+    {1025, "ar"}, {1028, "zh-Hant"}, {1029, "cs"}, {1030, "da"},    {1031, "de"},      {1032, "el"},
+    {1035, "fi"}, {1036, "fr"},      {1037, "he"}, {1038, "hu"},    {1040, "it"},      {1041, "ja"},
+    {1042, "ko"}, {1043, "nl"},      {1044, "nb"}, {1045, "pl"},    {1046, "pt-BR"},   {1049, "ru"},
+    {1053, "sv"}, {1054, "th"},      {1055, "tr"}, {1066, "vi"},    {1067, "hy"},      {1114, "syr"},
+    {1118, "am"}, {2052, "zh-Hans"}, {2057, "en"}, {2070, "pt-PT"}, {2128, "mn-Mong"}, {2129, "bo"},
+    {3082, "es"},
+};
+
 // A failure of the community leaves the probability of the local tests.
 bool has_probability(engine_status status) {
     return status == status_ok || (status >= community_unavailable && status <= community_invalid_credentials);
@@ -77,6 +90,16 @@ public:
         }
     }
 
+    [[nodiscard]] std::vector<language_share> read_languages() const {
+        std::vector<language_share> shares;
+        for (language_share share;; shares.push_back(share)) {
+            const auto index = static_cast<std::uint32_t>(shares.size());
+            if (BRMX_Language_GetLanguageRelevance(handle, index, &share.lcid, &share.relevance) != status_ok) {
+                return shares;
+            }
+        }
+    }
+
     std::uint32_t handle = 0;
 
 private:
@@ -92,7 +115,7 @@ engine::engine() {
 
 engine::~engine() { BRMX_Engine_Shutdown(); }
 
-scan_result engine::scan(const std::string& message, bool with_trace) const {
+scan_result engine::scan(const std::string& message, questions asked) const {
     scan_result result;
     const session opened(message, result.status);
     if (result.status != status_ok) return result;
@@ -100,13 +123,25 @@ scan_result engine::scan(const std::string& message, bool with_trace) const {
     result.status = BRMX_Spam_GetProbability(opened.handle, 0, &probability);
     if (!has_probability(result.status)) return result;
     result.probability = probability;
-    if (with_trace) result.trace = opened.read_trace();
+    if (asked.trace) result.trace = opened.read_trace();
+    if (!asked.languages) return result;
+    result.languages = opened.read_languages();
+    if (asked.trace) {
+        result.trace.push_back({0, {}});
+        for (auto& line : opened.read_trace())
+            result.trace.push_back(std::move(line)); // it has replaced the scan's
+    }
     return result;
 }
 
 const char* status_name(engine_status status) noexcept {
     const auto* found = std::ranges::find(status_names, status, &named_status::status);
     return found == std::end(status_names) ? "unknown_status" : found->name;
+}
+
+const char* language_tag(std::uint32_t lcid) noexcept {
+    const auto* found = std::ranges::find(language_tags, lcid, &tagged_language::lcid);
+    return found == std::end(language_tags) ? "und" : found->tag;
 }
 
 std::string version_text() {

@@ -52,13 +52,14 @@ exit_status scan(const options& chosen) {
     const auto sources = list_sources(chosen.paths);
     progress shown(sources.size(), standard_error_is_terminal());
     exit_status outcome = all_scanned;
-    scan_all(scanner, sources, chosen.jobs, chosen.trace || chosen.json, [&](const report& made) {
+    const questions asked{chosen.trace || chosen.json, chosen.languages};
+    scan_all(scanner, sources, chosen.jobs, asked, [&](const report& made) {
         shown.clear();
         if (!made.error.empty() || !made.result.probability) {
             complain(made);
             outcome = some_failed;
         }
-        write(chosen.json ? json_report(made) : plain_report(made, chosen.trace));
+        write(chosen.json ? json_report(made, asked) : plain_report(made, asked));
         shown.step();
     });
     shown.clear();

@@ -10,8 +10,11 @@ const char* const usage_text = "Usage: brmx-scan [OPTION]... FILE|DIRECTORY|-...
                                "for files at every depth; - reads one message from standard input.\n"
                                "\n"
                                "  --trace      print the explanation below each message\n"
+                               "  --languages  tell in which languages each message is written, and with --trace\n"
+                               "               how that came about\n"
                                "  --json       print one JSON object a line: file, status, status_name,\n"
-                               "               probability, and trace as a list of [indent, text]\n"
+                               "               probability, trace as a list of [indent, text], and languages as\n"
+                               "               a list of objects with lcid, tag and relevance\n"
                                "  --jobs N     scan with N threads; the order of the output stays the same\n"
                                "  --help       print this text\n"
                                "  --version    print the versions of the library and its build\n"
@@ -41,6 +44,8 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
             only_paths = true;
         } else if (argument == "--trace") {
             values.trace = true;
+        } else if (argument == "--languages") {
+            values.languages = true;
         } else if (argument == "--json") {
             values.json = true;
         } else if (argument == "--help" || argument == "-h") {

@@ -9,6 +9,7 @@ struct options {
     std::vector<std::string> paths; // files and directories as given, "-" for standard input
     unsigned jobs = 1;              // threads that scan
     bool trace = false;
+    bool languages = false;
     bool json = false;
     bool help = false;
     bool version = false;

@@ -107,6 +107,18 @@ void append_json_bytes(std::string& out, std::string_view text) {
     out += '"';
 }
 
+void append_languages(std::string& out, const std::vector<language_share>& languages) {
+    out += ", \"languages\": [";
+    const char* separator = "";
+    for (const auto& share : languages) {
+        out += separator;
+        out += "{\"lcid\": " + std::to_string(share.lcid) + ", \"tag\": \"" + language_tag(share.lcid) +
+               "\", \"relevance\": " + std::to_string(share.relevance) + '}';
+        separator = ", ";
+    }
+    out += ']';
+}
+
 } // namespace
 
 std::string printable(std::u16string_view text) {
@@ -118,12 +130,20 @@ std::string printable(std::u16string_view text) {
     return out;
 }
 
-std::string plain_report(const report& shown, bool with_trace) {
+std::string plain_report(const report& shown, questions asked) {
     if (!shown.result.probability) return {};
     char number[16];
     std::snprintf(number, sizeof number, "%3d ", *shown.result.probability);
-    std::string out = number + shown.file + '\n';
-    if (!with_trace) return out;
+    std::string out = number + shown.file;
+    const char* before = " [";
+    for (const auto& share : shown.result.languages) {
+        out += before;
+        out += language_tag(share.lcid);
+        before = ", ";
+    }
+    if (asked.languages) out += shown.result.languages.empty() ? " []" : "]";
+    out += '\n';
+    if (!asked.trace) return out;
     for (const auto& line : shown.result.trace) {
         if (!line.text.empty()) out.append(4 * (line.indent + 1), ' ');
         out += printable(line.text) + '\n';
@@ -131,7 +151,7 @@ std::string plain_report(const report& shown, bool with_trace) {
     return out + '\n';
 }
 
-std::string json_report(const report& shown) {
+std::string json_report(const report& shown, questions asked) {
     std::string out = "{\"file\": ";
     append_json_bytes(out, shown.file);
     if (!shown.error.empty()) {
@@ -151,7 +171,9 @@ std::string json_report(const report& shown) {
         out += ']';
         separator = ", ";
     }
-    return out + "]}\n";
+    out += ']';
+    if (asked.languages) append_languages(out, shown.result.languages);
+    return out + "}\n";
 }
 
 } // namespace brmx_scan

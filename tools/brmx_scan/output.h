@@ -19,7 +19,7 @@ struct report {
 [[nodiscard]] std::string printable(std::u16string_view text);
 
 // Complete lines, the last one's end included.
-[[nodiscard]] std::string plain_report(const report& shown, bool with_trace);
-[[nodiscard]] std::string json_report(const report& shown);
+[[nodiscard]] std::string plain_report(const report& shown, questions asked);
+[[nodiscard]] std::string json_report(const report& shown, questions asked);
 
 } // namespace brmx_scan

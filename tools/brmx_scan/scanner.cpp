@@ -12,13 +12,13 @@ namespace brmx_scan {
 
 namespace {
 
-report scan_one(const engine& scanner, const source& from, bool with_trace) {
+report scan_one(const engine& scanner, const source& from, questions asked) {
     report made{from.name, {}, from.error};
     if (!made.error.empty()) return made;
     try {
         std::string content;
         made.error = read_source(from.name, content);
-        if (made.error.empty()) made.result = scanner.scan(content, with_trace);
+        if (made.error.empty()) made.result = scanner.scan(content, asked);
     } catch (const std::bad_alloc&) {
         made = {from.name, {}, "not enough memory"};
     }
@@ -75,11 +75,11 @@ private:
 
 } // namespace
 
-void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, bool with_trace,
+void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, questions asked,
               const std::function<void(const report&)>& show) {
     if (jobs == 1) {
         for (const auto& from : sources)
-            show(scan_one(scanner, from, with_trace));
+            show(scan_one(scanner, from, asked));
         return;
     }
     queue work(sources.size(), std::size_t{4} * jobs);
@@ -92,7 +92,7 @@ void scan_all(const engine& scanner, const std::vector<source>& sources, unsigne
         running.threads.emplace_back([&] {
             std::size_t index = 0;
             while (work.take(index))
-                work.put(index, scan_one(scanner, sources[index], with_trace));
+                work.put(index, scan_one(scanner, sources[index], asked));
         });
     }
     for (std::size_t shown = 0; shown < sources.size(); ++shown)
