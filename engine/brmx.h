@@ -134,6 +134,21 @@ BRMX_EXPORT engine_status BRMX_Engine_GetHeapInformation(uint32_t* used_blocks, 
  * returns        status_ok, engine_not_initialized, engine_shut_down (*) */
 BRMX_EXPORT engine_status BRMX_Engine_GetSessionInformation(uint32_t* open_sessions, uint32_t* sessions_made);
 
+/* ---- State: what a client keeps from one run to the next, as one text ---- */
+
+/* Hands out the count of sessions, so that handles go on from there, and the server group. In every state of the
+ * engine.
+ *
+ * THE TRAP: each call adds a record to the text, and BRMX_Engine_SetState reads the first one only, which is the
+ * oldest. So ask once, at the end. text           out: owned by the library, good until the next call of either
+ * function; no terminator length         out: its length returns        status_ok, null_argument (*) */
+BRMX_EXPORT engine_status BRMX_Engine_GetState(const brmx_char** text, uint32_t* length);
+
+/* Takes such a text back. If it names a server group, this is also BRMX_Spam_SetCommunityServerGroup, after the count
+ * of sessions has been set. The text is kept, good or bad: a later BRMX_Engine_GetState adds to it. returns status_ok,
+ * null_argument, status_failed (no such text), and whatever BRMX_Spam_SetCommunityServerGroup returns (*) */
+BRMX_EXPORT engine_status BRMX_Engine_SetState(const brmx_char* text, uint32_t length);
+
 /* ---- Sessions: one message each, named by a handle ---- */
 
 /* Opens a session on one raw message, well formed or not. Blocks no other call while it parses.
@@ -168,10 +183,11 @@ BRMX_EXPORT engine_status BRMX_Session_GetLastTrace(uint32_t handle, uint32_t li
 
 /* Scans the session's message and replaces its trace. May be repeated: nothing of an earlier scan counts. With a server
  * group it blocks for the community's answer, up to timeout_ms; everything else is as fast as the processor.
- * timeout_ms     for the community's answer, in milliseconds; 0 sets no limit
- * probability    out: 0 to 100, cut to a whole number; written with status_ok and with every community status
- * returns        status_ok, unknown_session, session_busy, null_argument, community_unavailable,
- *                community_discovery_pending, community_protocol_error, community_timed_out,
+ * timeout_ms     for the community's answer, in milliseconds; looked at before each attempt. THE TRAP: with 0 a
+ * question that fits a datagram is asked once and not repeated, and no answer then is community_protocol_error; for one
+ * that needs a connection, 0 is no limit probability    out: 0 to 100, cut to a whole number; written with status_ok
+ * and with every community status returns        status_ok, unknown_session, session_busy, null_argument,
+ * community_unavailable, community_discovery_pending, community_protocol_error, community_timed_out,
  *                community_invalid_credentials (*) */
 BRMX_EXPORT engine_status BRMX_Spam_GetProbability(uint32_t handle, uint32_t timeout_ms, int32_t* probability);
 
@@ -198,6 +214,60 @@ BRMX_EXPORT engine_status BRMX_Language_GetSupportedLanguages(uint32_t index, ui
  * returns        status_ok, index_out_of_range, unknown_session, session_busy, null_argument (*) */
 BRMX_EXPORT engine_status BRMX_Language_GetLanguageRelevance(uint32_t handle, uint32_t index, uint32_t* lcid,
                                                              uint32_t* relevance);
+
+/* ---- Community: servers that are asked about signatures and told about messages ---- */
+
+/* Makes a client for the servers that a host name stands for, in place of any earlier one. Waits for the calls that use
+ * the community, holds new ones up, and blocks until the name has been looked up once; the servers are probed later. A
+ * name that does not resolve is no failure: the group then has no servers. With a failure the earlier client stays.
+ * group, length          the host name
+ * rediscovery_seconds    the time between two lookups; 0 leaves them to requests that fail
+ * returns        status_ok, null_argument, engine_not_initialized, engine_shut_down (*) */
+BRMX_EXPORT engine_status BRMX_Spam_SetCommunityServerGroup(const brmx_char* group, uint32_t length,
+                                                            uint32_t rediscovery_seconds);
+
+/* Says who asks, for all later calls on the session. Kept nowhere else; the secret is never sent.
+ * mode, id       go to the servers as they are; but mode 1 becomes 2 in a program whose file name is filter.exe
+ * secret, length shared with the servers; may be empty
+ * returns        status_ok, null_argument, unknown_session, session_busy (*) */
+BRMX_EXPORT engine_status BRMX_Spam_SetCommunityCredentials(uint32_t handle, uint32_t mode, uint32_t id,
+                                                            const brmx_char* secret, uint32_t length);
+
+/* Counts the servers. Blocks until the first round of probes of this group has ended, up to three seconds a server.
+ * rediscover     not 0: starts another round, and does not wait for it
+ * reachable      out: servers that are taken to answer
+ * unreachable    out: the others
+ * latency_ms     out: the best time of the best server, 0 if none is known
+ *                an argument that is null is passed over
+ * returns        status_ok, engine_not_initialized, engine_shut_down, community_unavailable (*) */
+BRMX_EXPORT engine_status BRMX_Spam_GetCommunityHealth(uint8_t rediscover, uint32_t* reachable, uint32_t* unreachable,
+                                                       uint32_t* latency_ms);
+
+/* Sends the session's whole message as spam, or takes that back. No scan is needed first. Replaces trace and
+ * statistics. timeout_ms     looked at before each of up to eight attempts, in milliseconds; 0 for no limit but those
+ * report_flag    0 or 1, for the servers
+ * returns        status_ok, unknown_session, session_busy, community_unavailable, community_discovery_pending,
+ *                community_protocol_error, community_timed_out, community_invalid_credentials (*) */
+BRMX_EXPORT engine_status BRMX_Spam_CommunityReport2(uint32_t handle, uint32_t timeout_ms, uint8_t report_flag);
+BRMX_EXPORT engine_status BRMX_Spam_CommunityRevoke2(uint32_t handle, uint32_t timeout_ms, uint8_t report_flag);
+
+/* The same with timeout_ms 0 and report_flag 0. */
+BRMX_EXPORT engine_status BRMX_Spam_CommunityReport(uint32_t handle);
+BRMX_EXPORT engine_status BRMX_Spam_CommunityRevoke(uint32_t handle);
+
+/* What the last scan, report or revoke of the session has cost; zeros before the first. Null arguments are passed over.
+ * bytes_sent, bytes_received            packets, by either transport
+ * datagrams_sent, datagrams_received    received: those that answered
+ * connections_made, connections_failed  made: the whole request went out
+ * latency_ms                            of the last datagram that was waited for
+ * returns        status_ok, unknown_session, session_busy (*) */
+BRMX_EXPORT engine_status BRMX_Spam_GetCommunityStatistics2(uint32_t handle, uint32_t* bytes_sent,
+                                                            uint32_t* bytes_received, uint32_t* datagrams_sent,
+                                                            uint32_t* datagrams_received, uint32_t* connections_made,
+                                                            uint32_t* connections_failed, uint32_t* latency_ms);
+BRMX_EXPORT engine_status BRMX_Spam_GetCommunityStatistics(uint32_t handle, uint32_t* bytes_sent,
+                                                           uint32_t* bytes_received, uint32_t* datagrams_sent,
+                                                           uint32_t* datagrams_received, uint32_t* latency_ms);
 
 /* ---- Virus: a place in the interface for a scanner that this library does not contain ---- */
 

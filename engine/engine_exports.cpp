@@ -39,6 +39,7 @@ engine_status BRMX_Engine_Shutdown() {
         shutdown_event.set();
         session_gate.close(tackle::infinite);
         analysis_engine.reset();
+        current_client.reset();
         const scope no_language(&language_lock);
         language_plugin_holder.reset();
         return status_ok;

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "analysis/trace_line.h"
+#include "community/credentials.h"
+#include "community/statistics.h"
 #include "engine/brmx.h"
 #include "foundation/real_mutex.h"
 #include "language/plugins/generic.h"
@@ -19,8 +21,10 @@ struct session {
 
     tackle::real_mutex lock;
     const tackle::internet::message2::part message;
-    analysis::trace_list last_trace;       // of the last operation that came to its end
-    language::result_map language_results; // empty until asked for, and if there are none
+    analysis::trace_list last_trace; // of the last operation that came to its end
+    analysis::community::community_credentials credentials;
+    analysis::community::community_statistics statistics; // of the last operation with a community
+    language::result_map language_results;                // empty until asked for, and if there are none
 };
 
 // By handle. Ends with the library and without its sessions: a thread of the client that still runs then may be inside

@@ -8,4 +8,7 @@ namespace tackle::platform {
 // Longer names come cut to 260 bytes.
 [[nodiscard]] std::string process_file_name();
 
+// What separates folders in such a name.
+[[nodiscard]] char path_separator() noexcept;
+
 } // namespace tackle::platform

@@ -10,4 +10,6 @@ std::string process_file_name() {
     return length < 0 ? std::string() : std::string(name, static_cast<std::size_t>(length));
 }
 
+char path_separator() noexcept { return '/'; }
+
 } // namespace tackle::platform

@@ -10,4 +10,6 @@ std::string process_file_name() {
     return {name, length};
 }
 
+char path_separator() noexcept { return '\\'; }
+
 } // namespace tackle::platform
