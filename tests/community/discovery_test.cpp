@@ -1,11 +1,14 @@
 #include "community/community_client.h"
 #include "community/errors.h"
+#include "community/sealing.h"
 #include "deployment/deployment.h"
 #include "tests/community_server/community_server.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <memory>
 
 namespace brimwarden::analysis::community {
 namespace {
@@ -113,6 +116,34 @@ TEST(discovery, a_failed_request_starts_a_round) {
     trace_list trace;
     EXPECT_THROW(client.execute(asked, false, 1, trace), timed_out);
     (void)second_probe.wait();
+}
+
+// Two of the default group answer probes, and only one of them answers anything else. Nobody listens at the others.
+TEST(discovery, a_request_moves_on_to_the_next_server) {
+    std::unique_ptr<server> silent;
+    std::unique_ptr<server> honest;
+    try {
+        silent =
+            std::make_unique<server>(ip4(0x7F000002, 2409), string(), [](server& self, const seen_request& request) {
+                return request.header.operation == 0 ? self.honest(request) : behaviour{};
+            });
+        honest = std::make_unique<server>(ip4(0x7F000003, 2409));
+    } catch (const tackle::internet::transport::address_in_use&) {
+        GTEST_SKIP() << "these addresses belong to somebody else, or are one, as for Wine";
+    }
+    community_client client(ip4(0, 0), deployment::default_group_host, 0);
+    client.wait_round_complete();
+    server_map servers;
+    client.server_snapshot(servers);
+    EXPECT_EQ(std::ranges::count_if(servers, [](const auto& entry) { return entry.second.reachable; }), 2);
+    community_statistics statistics;
+    request asked(operation_code::update, statistics);
+    seal(asked, {});
+    trace_list trace;
+    client.execute(asked, false, 60'000, trace);
+    EXPECT_EQ(honest->wait_for(1).size(), 1U);
+    EXPECT_EQ(statistics.datagrams_received, 1U);
+    EXPECT_LE(statistics.datagrams_sent, 2U);
 }
 
 TEST(server_record, keeps_the_last_sixteen_samples) {
