@@ -1,5 +1,7 @@
 #include "analysis/uri_extraction.h"
 
+#include "foundation/unicode.h"
+
 #include <gtest/gtest.h>
 
 namespace brimwarden::analysis {
@@ -109,10 +111,13 @@ TEST(scan_spoken_uris, leaves_longer_ones) {
 
 TEST(scan_links, passes_over_attached_files) {
     const part root("Content-Type: multipart/mixed; boundary=b\r\n\r\n"
+                    "--b\r\nContent-Type: image/png\r\n"
+                    "Content-Disposition: attachment; filename=\"=?shift_jis?q?=81?=\"\r\n\r\nx\r\n"
                     "--b\r\nContent-Type: image/png; name=\"www.A.com\"\r\n\r\nx\r\n"
-                    "--b\r\nContent-Type: image/png; name=\"=?utf-7?q?+?=\"\r\nContent-Disposition: attachment; "
-                    "filename=c.com\r\n\r\nx\r\n"
+                    "--b\r\nContent-Type: image/png\r\n"
+                    "Content-Disposition: attachment; filename=c.com\r\n\r\nx\r\n"
                     "--b--\r\n");
+    EXPECT_THROW((void)root.children().at(0)->attachment_info(), tackle::unicode::generic);
     tackle::html::text_set links;
     for (const wstring_view link : {u"www.a.com", u"www.a.com/x", u"c.com", u"d.com"})
         links.insert(link);
