@@ -139,14 +139,19 @@ BRMX_EXPORT engine_status BRMX_Engine_GetSessionInformation(uint32_t* open_sessi
 /* Hands out the count of sessions, so that handles go on from there, and the server group. In every state of the
  * engine.
  *
- * THE TRAP: each call adds a record to the text, and BRMX_Engine_SetState reads the first one only, which is the
- * oldest. So ask once, at the end. text           out: owned by the library, good until the next call of either
- * function; no terminator length         out: its length returns        status_ok, null_argument (*) */
+ * THE TRAP: each call adds a record to the text, also to the one that BRMX_Engine_SetState was given, and that function
+ * reads the first record only, which is the oldest. So keep the last one: the text behind the fifth carriage return
+ * from its end, or all of it if it has four.
+ * text           out: owned by the library, good until the next call of either function; no terminator
+ * length         out: its length
+ * returns        status_ok, null_argument (*) */
 BRMX_EXPORT engine_status BRMX_Engine_GetState(const brmx_char** text, uint32_t* length);
 
 /* Takes such a text back. If it names a server group, this is also BRMX_Spam_SetCommunityServerGroup, after the count
- * of sessions has been set. The text is kept, good or bad: a later BRMX_Engine_GetState adds to it. returns status_ok,
- * null_argument, status_failed (no such text), and whatever BRMX_Spam_SetCommunityServerGroup returns (*) */
+ * of sessions has been set. The text is kept, good or bad: a later BRMX_Engine_GetState adds to it.
+ * text, length   the text
+ * returns        status_ok, null_argument, status_failed (no such text), and whatever
+ *                BRMX_Spam_SetCommunityServerGroup returns (*) */
 BRMX_EXPORT engine_status BRMX_Engine_SetState(const brmx_char* text, uint32_t length);
 
 /* ---- Sessions: one message each, named by a handle ---- */
@@ -183,11 +188,13 @@ BRMX_EXPORT engine_status BRMX_Session_GetLastTrace(uint32_t handle, uint32_t li
 
 /* Scans the session's message and replaces its trace. May be repeated: nothing of an earlier scan counts. With a server
  * group it blocks for the community's answer, up to timeout_ms; everything else is as fast as the processor.
- * timeout_ms     for the community's answer, in milliseconds; looked at before each attempt. THE TRAP: with 0 a
- * question that fits a datagram is asked once and not repeated, and no answer then is community_protocol_error; for one
- * that needs a connection, 0 is no limit probability    out: 0 to 100, cut to a whole number; written with status_ok
- * and with every community status returns        status_ok, unknown_session, session_busy, null_argument,
- * community_unavailable, community_discovery_pending, community_protocol_error, community_timed_out,
+ *
+ * THE TRAP: with a timeout_ms of 0 a question that fits a datagram is asked once and not repeated, and no answer then
+ * is community_protocol_error; for one that needs a connection, 0 is no limit.
+ * timeout_ms     for the community's answer, in milliseconds; looked at before each attempt
+ * probability    out: 0 to 100, cut to a whole number; written with status_ok and with every community status
+ * returns        status_ok, unknown_session, session_busy, null_argument, community_unavailable,
+ *                community_discovery_pending, community_protocol_error, community_timed_out,
  *                community_invalid_credentials (*) */
 BRMX_EXPORT engine_status BRMX_Spam_GetProbability(uint32_t handle, uint32_t timeout_ms, int32_t* probability);
 
@@ -244,7 +251,8 @@ BRMX_EXPORT engine_status BRMX_Spam_GetCommunityHealth(uint8_t rediscover, uint3
                                                        uint32_t* latency_ms);
 
 /* Sends the session's whole message as spam, or takes that back. No scan is needed first. Replaces trace and
- * statistics. timeout_ms     looked at before each of up to eight attempts, in milliseconds; 0 for no limit but those
+ * statistics.
+ * timeout_ms     looked at before each of up to eight attempts, in milliseconds; 0 for no limit but those
  * report_flag    0 or 1, for the servers
  * returns        status_ok, unknown_session, session_busy, community_unavailable, community_discovery_pending,
  *                community_protocol_error, community_timed_out, community_invalid_credentials (*) */
