@@ -290,12 +290,11 @@ TEST_F(community, survives_hostile_answers) {
 
 TEST_F(community, ends_with_the_engine) {
     serve();
-    const auto handle = open_member();
     EXPECT_EQ(BRMX_Engine_Shutdown(), status_ok);
     EXPECT_EQ(set_group("localhost"), engine_shut_down);
     EXPECT_EQ(BRMX_Spam_GetCommunityHealth(0, nullptr, nullptr, nullptr), engine_shut_down);
-    std::int32_t probability = -1;
-    EXPECT_EQ(BRMX_Spam_GetProbability(handle, 0, &probability), community_unavailable);
+    EXPECT_EQ(set_state("1\rA\rlocalhost\rA\r"), engine_shut_down);
+    EXPECT_EQ(BRMX_Spam_CommunityReport(1), community_unavailable);
 }
 
 } // namespace
