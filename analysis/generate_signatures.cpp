@@ -14,8 +14,8 @@ namespace {
 void sort_and_unify(signature_list& signatures) {
     const auto key = [](const signature_record& record) { return std::tie(record.type, record.value); };
     std::ranges::stable_sort(signatures, {}, key);
-    const auto duplicates = std::ranges::unique(signatures, {}, key);
-    signatures.erase(duplicates.begin(), duplicates.end());
+    const auto same = [key](const auto& left, const auto& right) { return key(left) == key(right); };
+    signatures.erase(std::unique(signatures.begin(), signatures.end(), same), signatures.end());
 }
 
 } // namespace
