@@ -88,18 +88,27 @@ void narrow_raw(wstring_view text, bool strict, string& out) {
     }
 }
 
+platform::conversion widen(string_view text, std::uint32_t code_page, wstring& out) {
+    out.clear();
+    if (text.empty()) return platform::conversion::ok;
+    if (code_page == raw_code_page) {
+        widen_raw(text, out);
+        return platform::conversion::ok;
+    }
+    if (code_page == refused_page) return platform::conversion::failed;
+    return platform::widen(code_page, text, !takes_no_flags(code_page), out);
+}
+
 } // namespace
 
 wstring to_wide(string_view text, std::uint32_t code_page) {
     wstring result;
-    if (text.empty()) return result;
-    if (code_page == raw_code_page) {
-        widen_raw(text, result);
-        return result;
-    }
-    if (code_page == refused_page) throw generic("");
-    raise(platform::widen(code_page, text, !takes_no_flags(code_page), result));
+    raise(widen(text, code_page, result));
     return result;
+}
+
+bool try_to_wide(string_view text, std::uint32_t code_page, wstring& out) {
+    return widen(text, code_page, out) == platform::conversion::ok;
 }
 
 string to_narrow(wstring_view text, std::uint32_t code_page, bool strict) {

@@ -43,6 +43,9 @@ inline constexpr std::uint32_t raw_code_page = 0xFFFFFFFF;
 // refuse it. Throws invalid_codepage, unmappable_character, out_of_memory, or generic for what the platform does not
 // explain; the exceptions have no message.
 [[nodiscard]] wstring to_wide(string_view text, std::uint32_t code_page);
+// The same for text that is likely unreadable, since an exception costs more than the conversion. False where to_wide
+// throws, save for std::bad_alloc; `out` is then of no use.
+[[nodiscard]] bool try_to_wide(string_view text, std::uint32_t code_page, wstring& out);
 
 // The text in the code page. A character that it lacks raises unmappable_character if `strict`, and becomes the code
 // page's default character, "?" mostly, if not. The code pages that replace in to_wide do so here even if `strict`.

@@ -119,7 +119,7 @@ private:
         if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX) throw std::length_error("text_pairs");
     }
     [[nodiscard]] pair_end here() const {
-        if (firsts_.size() > UINT32_MAX || seconds_.size() > UINT32_MAX) throw std::length_error("text_pairs");
+        check_limit();
         return {static_cast<std::uint32_t>(firsts_.size()), static_cast<std::uint32_t>(seconds_.size())};
     }
 

@@ -3,7 +3,14 @@
 #include "foundation/unicode.h"
 #include "message/tokenize.h"
 
+#include <algorithm>
+
 namespace tackle::internet::message2::header_type {
+namespace {
+
+constexpr auto is_byte = [](char16_t unit) { return unit <= 0xFF; };
+
+} // namespace
 
 string addresses_value_type::render() const {
     string out;
@@ -26,11 +33,19 @@ void addresses_value_type::parse(string_view raw) {
     const auto decode_address = [this](string_view text) {
         return unicode::to_narrow(decode_words(text, last_blanks::drop), unicode::raw_code_page, true);
     };
+    wstring wide;
+    const auto try_decode_address = [&](string_view text, string& address) {
+        if (!try_decode_words(text, last_blanks::drop, wide) || !std::ranges::all_of(wide, is_byte)) return false;
+        address.assign(wide.begin(), wide.end());
+        return true;
+    };
     token_reader tokens(raw, ";,", true);
     string token;
     string first;
     string second;
     string more;
+    wstring name;
+    string address;
     while (tokens.next(token)) {
         token_reader pieces(token, "<>", false);
         if (!pieces.next(first)) continue;
@@ -39,12 +54,8 @@ void addresses_value_type::parse(string_view raw) {
             continue;
         }
         if (pieces.next(more)) continue;
-        wstring name;
-        string address;
-        try {
-            name = decode_words(first, last_blanks::keep); // with the blank before "<"
-            address = decode_address(second);
-        } catch (const unicode::generic&) {
+        // The name with the blank before "<".
+        if (!try_decode_words(first, last_blanks::keep, name) || !try_decode_address(second, address)) {
             set_charset("iso-8859-1");
             name.clear();
             address = decode_address(second);

@@ -17,6 +17,17 @@ void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
     }
 }
 
+bool try_append_wide(string_view text, std::uint32_t code_page, wstring& out) {
+    if (keeps_ascii(code_page) && is_ascii(text)) {
+        out.append(text.begin(), text.end());
+        return true;
+    }
+    wstring wide;
+    if (!unicode::try_to_wide(text, code_page, wide)) return false;
+    out += wide;
+    return true;
+}
+
 void assign_narrow(wstring_view text, std::uint32_t code_page, string& out) {
     if (keeps_ascii(code_page) && is_ascii(text)) {
         out.assign(text.begin(), text.end());

@@ -19,6 +19,8 @@ template <typename view>
 
 // Throws as unicode::to_wide, before anything is appended.
 void append_wide(string_view text, std::uint32_t code_page, wstring& out);
+// The same as unicode::try_to_wide: false where append_wide throws; nothing is appended then.
+[[nodiscard]] bool try_append_wide(string_view text, std::uint32_t code_page, wstring& out);
 
 // Strict. Throws as unicode::to_narrow; `out` is then left alone.
 void assign_narrow(wstring_view text, std::uint32_t code_page, string& out);

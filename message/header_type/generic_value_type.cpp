@@ -14,12 +14,22 @@ void generic_value_type::set_charset(string_view charset) {
 }
 
 wstring generic_value_type::decode_words(string_view raw, last_blanks blanks) {
-    if (blanks == last_blanks::drop) raw = raw.substr(0, raw.find_last_not_of(' ') + 1);
     wstring out;
+    decode_pieces(raw, blanks, out, unreadable::raises);
+    return out;
+}
+
+bool generic_value_type::try_decode_words(string_view raw, last_blanks blanks, wstring& out) {
+    out.clear();
+    return decode_pieces(raw, blanks, out, unreadable::fails);
+}
+
+bool generic_value_type::decode_pieces(string_view raw, last_blanks blanks, wstring& out, unreadable how) {
+    if (blanks == last_blanks::drop) raw = raw.substr(0, raw.find_last_not_of(' ') + 1);
     out.reserve(raw.size());
     if (raw.find("=?") == string_view::npos && keeps_ascii(code_page_) && is_ascii(raw)) {
         out.append(raw.begin(), raw.end());
-        return out;
+        return true;
     }
     bool word_before = false;
     std::size_t position = 0;
@@ -27,38 +37,40 @@ wstring generic_value_type::decode_words(string_view raw, last_blanks blanks) {
         const std::size_t end = std::min(raw.find(' ', position), raw.size());
         const std::size_t before = out.size();
         out.append(gap, u' ');
-        const bool word = decode_word(raw.substr(position, end - position), out);
+        const piece_kind kind = decode_piece(raw.substr(position, end - position), out, how);
+        if (kind == piece_kind::unreadable) return false;
+        const bool word = kind == piece_kind::word;
         if (word && word_before) out.erase(before, gap);
         word_before = word;
-        if (end == raw.size()) return out;
+        if (end == raw.size()) return true;
         position = std::min(raw.find_first_not_of(' ', end), raw.size());
         gap = position - end;
         if (position == raw.size()) {
             out.append(gap, u' '); // left only if they are to be kept
-            return out;
+            return true;
         }
     }
 }
 
 // Appends the text of one blank-free piece and answers whether an encoded word was in it. Text stuck to the word on
 // either side stands for itself, byte for byte.
-bool generic_value_type::decode_word(string_view piece, wstring& out) {
+generic_value_type::piece_kind generic_value_type::decode_piece(string_view piece, wstring& out, unreadable how) {
+    const auto append = [&](string_view text, piece_kind kind) {
+        if (how == unreadable::fails) return try_append_wide(text, code_page_, out) ? kind : piece_kind::unreadable;
+        append_wide(text, code_page_, out);
+        return kind;
+    };
     const std::size_t open = piece.find("=?");
     const std::size_t close = piece.rfind("?=");
     // A "?=" before the first "=?" closes nothing.
-    if (open == string_view::npos || close == string_view::npos || close < open) {
-        append_wide(piece, code_page_, out);
-        return false;
-    }
+    if (open == string_view::npos || close == string_view::npos || close < open)
+        return append(piece, piece_kind::plain);
     // "=", charset, encoding, text, "=": four question marks in all.
     const string_view word = piece.substr(open, close + 2 - open);
     const std::size_t charset_end = word.find('?', 2);
     const std::size_t encoding_end = charset_end == string_view::npos ? charset_end : word.find('?', charset_end + 1);
     const std::size_t text_end = encoding_end == string_view::npos ? encoding_end : word.find('?', encoding_end + 1);
-    if (text_end == string_view::npos || text_end != word.size() - 2) {
-        append_wide(piece, code_page_, out);
-        return false;
-    }
+    if (text_end == string_view::npos || text_end != word.size() - 2) return append(piece, piece_kind::plain);
     // Set even if the encoding turns out to be none: what follows is read with it.
     set_charset(word.substr(2, charset_end - 2));
     const string_view encoding = word.substr(charset_end + 1, encoding_end - charset_end - 1);
@@ -69,13 +81,12 @@ bool generic_value_type::decode_word(string_view piece, wstring& out) {
     } else if (encoding == "B" || encoding == "b") {
         text = coding::translate::base64_decode(text, false);
     } else {
-        append_wide(piece, code_page_, out);
-        return false;
+        return append(piece, piece_kind::plain);
     }
     append_wide(piece.substr(0, open), unicode::raw_code_page, out);
-    append_wide(text, code_page_, out);
+    if (append(text, piece_kind::word) == piece_kind::unreadable) return piece_kind::unreadable;
     append_wide(piece.substr(close + 2), unicode::raw_code_page, out);
-    return true;
+    return piece_kind::word;
 }
 
 string generic_value_type::encode_word(wstring_view text) const {

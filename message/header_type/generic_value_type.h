@@ -37,12 +37,18 @@ protected:
     // The text of a raw value with its encoded words decoded. White space between two of them disappears, any other is
     // kept to the blank; that at the very end goes by `blanks`.
     [[nodiscard]] wstring decode_words(string_view raw, last_blanks blanks);
+    // The same, but false instead of unicode::generic: a list can hold a million entries that can't be read, and each
+    // exception costs as much as hundreds of bytes. `out` then holds part of the text.
+    [[nodiscard]] bool try_decode_words(string_view raw, last_blanks blanks, wstring& out);
     // The text for a message: itself if it is ASCII, else one encoded word of whatever length, the shorter of "Q" and
     // "B".
     [[nodiscard]] string encode_word(wstring_view text) const;
 
 private:
-    bool decode_word(string_view piece, wstring& out);
+    enum class unreadable { raises, fails };
+    enum class piece_kind { plain, word, unreadable };
+    bool decode_pieces(string_view raw, last_blanks blanks, wstring& out, unreadable how);
+    piece_kind decode_piece(string_view piece, wstring& out, unreadable how);
 
     string charset_ = "iso-8859-1";
     std::uint32_t code_page_ = 28591; // that of charset_; looked up once a charset, not once a word

@@ -188,6 +188,9 @@ const address_case address_cases[] = {
     {"an open bracket", "a <x", {{"x", u"a "}}},
     {"a quoted name with a comma and a bracket", R"("a, <b>" <x>)", {{"x", u"a, <b> "}}},
     {"an encoded name", "=?utf-8?Q?a=C3=A9,?= <x>", {{"x", u"a\u00E9, "}}},
+    {"an address that the charset of its name makes no bytes",
+     "=?cp1251?Q?n?= <\xC0>, m <x>",
+     {{"\xC0", u""}, {"x", u"m "}}},
     {"a bad name, the bytes of its address as iso-8859-1", "\x81\xFF <x\xE9>, \xE9", {{"x\xE9", u""}, {"\xE9", u""}}},
 };
 
