@@ -1,41 +1,51 @@
 #include "html/text_set.h"
 
+#include "platform/random.h"
+
 #include <algorithm>
 #include <compare>
-#include <numeric>
+#include <span>
 #include <tuple>
 
 namespace tackle::html {
 
-// The sum of its weighed units, so that the weight of a prefix and of what follows give that of both together. Only a
-// first criterion to sort by: a collision costs a comparison.
-struct text_set::weighed_entry {
-    std::size_t length;
-    std::uint64_t weight;
-    std::size_t index; // in entries_
-};
-
 namespace {
 
-constexpr std::uint64_t weight_base = 0x9E3779B97F4A7C15;
+// What stands for a text in comparisons, and can be continued behind a prefix. Comparing the units themselves would
+// read a long prefix again for each text behind it.
+struct fingerprint {
+    std::uint64_t first = 0;
+    std::uint64_t second = 0;
+    auto operator<=>(const fingerprint&) const = default;
+};
 
-std::uint64_t weight_of(wstring_view text, std::uint64_t weight) {
-    for (const auto unit : text)
-        weight = weight * weight_base + unit + 1;
-    return weight;
+constexpr std::uint64_t modulus = (std::uint64_t{1} << 61) - 1; // a prime, so that no texts collide under every key
+
+// Different in each process. Two texts of a million units share a fingerprint with a chance of one in 10^24, and nobody
+// can prepare them; what would follow is one link too few in a set that is too large anyway.
+const fingerprint& key() {
+    static const fingerprint made = [] {
+        fingerprint random;
+        if (!platform::fill_random(std::as_writable_bytes(std::span(&random, 1))))
+            random = {0x9E3779B97F4A7C15, 0xC2B2AE3D27D4EB4F};
+        return fingerprint{random.first % modulus, random.second % modulus};
+    }();
+    return made;
 }
 
-// Compares a prefix and its rest with another such pair, unit by unit.
-std::strong_ordering compare_joined(wstring_view a, wstring_view a_rest, wstring_view b, wstring_view b_rest) {
-    for (;;) {
-        const auto common = std::min(a.size(), b.size());
-        if (const auto order = a.substr(0, common) <=> b.substr(0, common); order != 0) return order;
-        a.remove_prefix(common);
-        b.remove_prefix(common);
-        if (a.empty()) std::swap(a, a_rest);
-        if (b.empty()) std::swap(b, b_rest);
-        if (a.empty() || b.empty()) return a.size() <=> b.size();
-    }
+std::uint64_t multiply_and_add(std::uint64_t a, std::uint64_t b, std::uint64_t c) {
+    __extension__ using wide = unsigned __int128;
+    const auto product = static_cast<wide>(a) * b + c;
+    const auto folded = static_cast<std::uint64_t>(product & modulus) + static_cast<std::uint64_t>(product >> 61);
+    return folded >= modulus ? folded - modulus : folded;
+}
+
+// Of what `start` stands for and `text` behind it.
+fingerprint fingerprint_of(wstring_view text, fingerprint start = {}) {
+    const auto [first, second] = key();
+    for (const auto unit : text)
+        start = {multiply_and_add(start.first, first, unit + 1U), multiply_and_add(start.second, second, unit + 1U)};
+    return start;
 }
 
 } // namespace
@@ -83,38 +93,39 @@ bool text_set::contains(wstring_view text) const { return std::ranges::binary_se
 
 // One entry for each text, the first, in the order of insertion. Two prefixes may well give the same text, which counts
 // once against the limit; that has to be found without writing all of them out.
-std::vector<text_set::weighed_entry> text_set::different_entries() const {
-    std::vector<std::uint64_t> prefix_weights;
+std::vector<text_set::measured_entry> text_set::different_entries() const {
+    struct known_text {
+        std::size_t length;
+        fingerprint mark;
+        std::size_t index; // in entries_
+    };
+    std::vector<fingerprint> prefix_marks;
+    prefix_marks.reserve(prefixes_.size());
     for (const auto& prefix : prefixes_)
-        prefix_weights.push_back(weight_of(rest_of(prefix), 0));
-    std::vector<weighed_entry> weighed;
-    weighed.reserve(entries_.size());
+        prefix_marks.push_back(fingerprint_of(rest_of(prefix)));
+    std::vector<known_text> known;
+    known.reserve(entries_.size());
     for (std::size_t i = 0; i < entries_.size(); ++i) {
         const auto& one = entries_[i];
-        const auto start = one.prefix == no_prefix ? 0 : prefix_weights[one.prefix];
-        weighed.push_back({prefix_of(one).size() + one.length, weight_of(rest_of(one), start), i});
+        const auto start = one.prefix == no_prefix ? fingerprint() : prefix_marks[one.prefix];
+        known.push_back({prefix_of(one).size() + one.length, fingerprint_of(rest_of(one), start), i});
     }
-    const auto compare = [this](const weighed_entry& a, const weighed_entry& b) {
-        if (const auto order = std::tie(a.length, a.weight) <=> std::tie(b.length, b.weight); order != 0) return order;
-        const auto& left = entries_[a.index];
-        const auto& right = entries_[b.index];
-        return compare_joined(prefix_of(left), rest_of(left), prefix_of(right), rest_of(right));
-    };
-    std::ranges::sort(weighed, [&](const weighed_entry& a, const weighed_entry& b) {
-        const auto order = compare(a, b);
-        return order != 0 ? order < 0 : a.index < b.index;
-    });
-    weighed.erase(std::unique(weighed.begin(), weighed.end(),
-                              [&](const weighed_entry& a, const weighed_entry& b) { return compare(a, b) == 0; }),
-                  weighed.end());
-    std::ranges::sort(weighed, {}, &weighed_entry::index);
-    return weighed;
+    const auto text = [](const known_text& one) { return std::tie(one.length, one.mark); };
+    std::ranges::sort(known, {}, [](const known_text& one) { return std::tie(one.length, one.mark, one.index); });
+    const auto repeated = std::ranges::unique(known, {}, text);
+    known.erase(repeated.begin(), repeated.end());
+    std::ranges::sort(known, {}, &known_text::index);
+    std::vector<measured_entry> different;
+    different.reserve(known.size());
+    for (const auto& one : known)
+        different.push_back({one.length, one.index});
+    return different;
 }
 
 void text_set::join_prefixed() const {
     const auto different = different_entries();
     std::size_t units = 0;
-    const auto fits = [&](const weighed_entry& one) { return one.length <= limit_ - units; };
+    const auto fits = [&](const measured_entry& one) { return one.length <= limit_ - units; };
     std::vector<std::pair<std::size_t, std::size_t>> joined; // start and length
     joined_.clear();
     bool full = false;

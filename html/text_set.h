@@ -42,7 +42,10 @@ private:
         std::size_t length;
         std::size_t prefix; // index in prefixes_, or no_prefix
     };
-    struct weighed_entry;
+    struct measured_entry {
+        std::size_t length; // with its prefix
+        std::size_t index;  // in entries_
+    };
     static constexpr std::size_t no_prefix = SIZE_MAX;
     static constexpr std::size_t recent_slots = 64;
 
@@ -50,7 +53,7 @@ private:
     void enter(wstring_view text, std::size_t prefix);
     [[nodiscard]] wstring_view rest_of(const entry& of) const { return {units_.data() + of.start, of.length}; }
     [[nodiscard]] wstring_view prefix_of(const entry& of) const;
-    [[nodiscard]] std::vector<weighed_entry> different_entries() const;
+    [[nodiscard]] std::vector<measured_entry> different_entries() const;
     void join_prefixed() const;
 
     std::vector<char16_t> units_;

@@ -58,6 +58,19 @@ wstring different_relative_links(std::size_t units) {
         html += wstring(u"<img src=x") + static_cast<char16_t>(0x4E00 + number % 0x5000) + u">";
     return html;
 }
+// Two links in turn, so that neither is the one that came last, and each time the base in front of both.
+wstring repeated_relative_links(std::size_t units) {
+    return u"<base href='" + wstring(units / 2, u'b') + u"'>" +
+           repeated(u"<img src=a\u0101b><img src=a\u0102b>", units / 2);
+}
+// The same base once more, behind another, and the same links.
+wstring repeated_bases(std::size_t units) {
+    const auto base = u"<base href='" + wstring(units / 4, u'b') + u"'>";
+    wstring links;
+    for (char16_t number = 0; links.size() < units / 4; ++number)
+        links += wstring(u"<img src=x") + static_cast<char16_t>(0x4E00 + number % 0x5000) + u">";
+    return base + links + u"<base href=c>" + base + links;
+}
 wstring different_links(std::size_t units) {
     wstring html;
     for (char16_t number = 0; html.size() < units; ++number)
@@ -109,6 +122,8 @@ BRMX_CONVERT(open_quotes);
 BRMX_CONVERT(nested_links);
 BRMX_CONVERT(relative_links);
 BRMX_CONVERT(different_relative_links);
+BRMX_CONVERT(repeated_relative_links);
+BRMX_CONVERT(repeated_bases);
 BRMX_CONVERT(different_links);
 BRMX_CONVERT(base_in_value);
 BRMX_CONVERT(different_tags);
