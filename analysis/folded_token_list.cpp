@@ -1,9 +1,11 @@
 #include "analysis/folded_token_list.h"
 
+#include "platform/random.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <random>
+#include <span>
 
 namespace brimwarden::analysis {
 
@@ -45,13 +47,13 @@ struct hash_key {
     std::uint64_t high;
 };
 
-std::uint64_t random_number() {
-    std::random_device source;
-    return std::uint64_t{source()} << 32 | source();
-}
-
 const hash_key& key() {
-    static const hash_key made = {random_number() | 1, random_number() | 1};
+    static const hash_key made = [] {
+        hash_key random{};
+        if (!tackle::platform::fill_random(std::as_writable_bytes(std::span(&random, 1))))
+            random = {0x9E3779B97F4A7C15, 0xC2B2AE3D27D4EB4F}; // still right, and as fast for honest text
+        return hash_key{random.low | 1, random.high | 1};
+    }();
     return made;
 }
 
