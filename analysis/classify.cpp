@@ -39,8 +39,7 @@ float weigh(signature_list& signatures) {
 }
 
 void declare(test_result_list& results, tackle::wstring_view name, const signature_record& record) {
-    results.emplace_back(name, 0.0F);
-    results.back().details = tackle::format(u"Signature: %.6s %s", record.type, record.value);
+    add(results, name, 0.0F, tackle::format(u"Signature: %.6s %s", record.type, record.value));
 }
 
 // Turns one matched signature into its finding, if it is one, and returns the word for its state.

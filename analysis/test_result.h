@@ -7,11 +7,7 @@
 
 namespace brimwarden::analysis {
 
-// One finding of a test. A test appends it with its name and its points and completes the last element of the list:
-//
-//     results.emplace_back(u"Header.From.Trusted", 0.0F);
-//     results.back().details = u"Message is from trusted sender";
-//     results.back().whitelist = true;
+// One finding of a test.
 struct test_result {
     test_result(tackle::wstring_view test, float points) : name(test), value(points) {}
 
@@ -24,5 +20,14 @@ struct test_result {
 
 // Never reordered: a declaration takes effect from its place on.
 using test_result_list = std::vector<test_result>;
+
+// Appends a finding, which the caller may complete; good until the next one.
+//
+//     add(results, u"Header.From.Trusted", 0.0F, u"Message is from trusted sender").whitelist = true;
+inline test_result& add(test_result_list& results, tackle::wstring_view name, float points, tackle::wstring details) {
+    auto& added = results.emplace_back(name, points);
+    added.details = std::move(details);
+    return added;
+}
 
 } // namespace brimwarden::analysis

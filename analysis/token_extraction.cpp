@@ -180,8 +180,7 @@ void check_address_customization(const part& root, token_list& tokens, test_resu
         auto& found = occurrences[index_of(name)];
         if (found.count != 1) continue;
         found.count = 0; // its token is gone, so the same name does not hit again
-        test_results.emplace_back(u"Part.Text.Address_Customization", 5.0F);
-        test_results.back().details = tackle::format(u"Token: \"%s\"", name);
+        add(test_results, u"Part.Text.Address_Customization", 5.0F, tackle::format(u"Token: \"%s\"", name));
         hits.push_back(found.last);
         if (hits.size() == most_hits) break;
     }
@@ -195,12 +194,10 @@ void check_diagnostics(wstring_view compact_text, test_result_list& test_results
     constexpr wstring_view test_text = u"xjs*c4jdbqadn1.nsbn3*2idnen*gtube-standard-anti-ube-test-email*c.34x";
     if (compact_text.size() > longest) return;
     if (tackle::contains(compact_text, u"google.") && tackle::contains(compact_text, u"&btni=")) {
-        test_results.emplace_back(u"Part.Text.Search_Engine_Redirect", 50.0F);
-        test_results.back().details = u"Found Google \"I'm Feeling Lucky\" Redirect";
+        add(test_results, u"Part.Text.Search_Engine_Redirect", 50.0F, u"Found Google \"I'm Feeling Lucky\" Redirect");
     }
     if (tackle::contains(compact_text, test_text)) {
-        test_results.emplace_back(u"Diagnostic.GTUBE", 100.0F);
-        test_results.back().details = u"This is a GTUBE Diagnostic Message";
+        add(test_results, u"Diagnostic.GTUBE", 100.0F, u"This is a GTUBE Diagnostic Message");
     }
 }
 

@@ -144,8 +144,7 @@ void check_bulk_uris(const signature_list& signatures, test_result_list& test_re
     bool found = false;
     for (const auto& record : signatures) {
         if (record.type != u"tru" || (record.matched && !record.ignored) || !is_bulk(record.value)) continue;
-        test_results.emplace_back(u"Part.Text.Unknown_Bulk_URI", found ? 0.0F : 40.0F);
-        test_results.back().details = u"Unknown bulk URI: " + record.value;
+        add(test_results, u"Part.Text.Unknown_Bulk_URI", found ? 0.0F : 40.0F, u"Unknown bulk URI: " + record.value);
         found = true;
     }
 }

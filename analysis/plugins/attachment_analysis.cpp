@@ -14,7 +14,6 @@ namespace {
 constexpr std::size_t shortest_zip = 22;    // bytes: an archive has at least the record that ends its directory
 constexpr std::size_t small_file = 65536;   // bytes
 constexpr std::size_t shortest_text = 1024; // bytes: a shorter text is everybody's
-constexpr wstring_view small_zip_name = u"Part.Zip.Small";
 
 class walk {
 public:
@@ -28,13 +27,13 @@ public:
         const std::size_t size = part.data().size();
         if (name.ends_with(u".zip") || type == "application/zip" || type == "application/x-zip-compressed") {
             if (size < shortest_zip) {
-                add(u"Part.Zip.Corrupt", 90.0F, u"Found corrupt Zip attachment");
+                note(u"Part.Zip.Corrupt", 90.0F, u"Found corrupt Zip attachment");
             } else if (size < small_file) {
-                add(small_zip_name, small_points(), u"Found small Zip attachment");
+                note(u"Part.Zip.Small", small_points(), u"Found small Zip attachment");
             }
         }
         if (name.ends_with(u".rtf") && size < small_file) {
-            add(u"Part.Rtf.Small", small_points(), u"Found small RTF attachment");
+            note(u"Part.Rtf.Small", small_points(), u"Found small RTF attachment");
         }
         if (type == "text/plain" && size < shortest_text) return;
         signatures_.emplace_back(u"prd", digest_text(part.data()));
@@ -45,9 +44,8 @@ private:
     // One finding of any kind is enough for the points of all small files.
     [[nodiscard]] float small_points() const { return seen_ ? 0.0F : 30.0F; }
 
-    void add(wstring_view name, float points, wstring_view details) {
-        test_results_.emplace_back(name, points);
-        test_results_.back().details = details;
+    void note(wstring_view name, float points, const char16_t* details) {
+        add(test_results_, name, points, details);
         seen_ = true;
     }
 

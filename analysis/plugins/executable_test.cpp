@@ -26,8 +26,7 @@ void test_executables(const part& root, test_result_list& test_results) {
     for (const part* const candidate : parts) {
         const auto name = file_name(*candidate);
         if (std::ranges::none_of(endings, [&](wstring_view ending) { return name.ends_with(ending); })) continue;
-        test_results.emplace_back(u"Part.Content-Type.Executable", points);
-        test_results.back().details = tackle::format(u"Part: 0x%x", candidate->number());
+        add(test_results, u"Part.Content-Type.Executable", points, tackle::format(u"Part: 0x%x", candidate->number()));
         points = 0.0F;
     }
 }

@@ -27,11 +27,6 @@ namespace {
 
 constexpr std::size_t shortest_preamble = 32; // bytes: what the client writes in front of the first boundary is longer
 
-void add(test_result_list& results, wstring_view name, float points, wstring_view details) {
-    results.emplace_back(name, points);
-    results.back().details = details;
-}
-
 wstring numeric_text(const ip4& address) {
     return tackle::unicode::to_wide(address.to_string(tackle::internet::address::numeric_host),
                                     tackle::unicode::raw_code_page);
@@ -134,8 +129,7 @@ void plugin::test_from(const part& root, test_result_list& test_results) const {
     if (std::ranges::none_of(deployment::trusted_sender_suffixes, has_suffix)) return;
     // Mail that names no public hop has not left the operator's own network.
     if (!received_addresses.empty() && !came_through_trusted_network()) return;
-    add(test_results, u"Header.From.Trusted", 0.0F, u"Message is from trusted sender");
-    test_results.back().whitelist = true;
+    add(test_results, u"Header.From.Trusted", 0.0F, u"Message is from trusted sender").whitelist = true;
 }
 
 bool plugin::came_through_trusted_network() const {

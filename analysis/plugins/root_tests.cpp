@@ -18,11 +18,6 @@ using tackle::internet::message2::header_type::unstructured_value_type;
 
 namespace {
 
-void add(test_result_list& results, wstring_view name, float value, wstring_view details) {
-    results.emplace_back(name, value);
-    results.back().details = details;
-}
-
 void test_type_field(const part& root, test_result_list& results) {
     unstructured_value_type type;
     root.get_header("Content-Type", type);
@@ -68,8 +63,8 @@ void test_online_mark(const part& root, test_result_list& results) {
     digest.update(deployment::online_mark_key);
     mark.get_parameter("auth", value);
     if (tackle::coding::md5_base64(digest.finish()) != value) return;
-    add(results, u"Message.Already_Processed", 0.0F, u"Message has already been processed by Brimwarden Online");
-    results.back().whitelist = true;
+    add(results, u"Message.Already_Processed", 0.0F, u"Message has already been processed by Brimwarden Online")
+        .whitelist = true;
 }
 
 } // namespace

@@ -25,11 +25,6 @@ constexpr std::size_t longest_noise_free = 64; // no test for noise up to here
 constexpr std::size_t short_text = 128;
 constexpr std::size_t uri_scan_limit = 65536; // running text from here on is not searched for addresses
 
-void add(test_result_list& results, wstring_view name, float points, wstring_view details) {
-    results.emplace_back(name, points);
-    results.back().details = details;
-}
-
 wstring widen(tackle::string_view text) { return tackle::unicode::to_wide(text, tackle::unicode::raw_code_page); }
 
 displayed_text read_text(const part& shown, const part& root, test_result_list& results) {
