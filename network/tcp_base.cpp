@@ -34,6 +34,11 @@ void base::consume(std::size_t count) {
     taken_ = 0;
 }
 
+void base::take_queued(base& other, string& out) {
+    out.append(other.queued());
+    other.consume(other.queued().size());
+}
+
 void base::read_some(string& out) {
     if (queued().empty()) fill();
     out.append(queued());

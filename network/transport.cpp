@@ -73,6 +73,8 @@ void base::take(platform::socket_handle made) {
     socket_ = made;
 }
 
+void base::swap_sockets(base& other) { other.socket_ = socket_.exchange(other.socket_); }
+
 void base::bind(const address::base& address) {
     const use call(*this);
     check("bind", platform::bind_socket(call.handle(), address.data(), address.size()), binding_rows);

@@ -61,6 +61,8 @@ protected:
 
     void create(const address::base& address, platform::socket_type type);
     void take(platform::socket_handle made);
+    // Neither object may have a call under way, nor be closed meanwhile.
+    void swap_sockets(base& other);
     void count_received(std::size_t bytes);
     void count_sent(std::size_t bytes);
 
