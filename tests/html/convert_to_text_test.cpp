@@ -113,6 +113,16 @@ TEST(convert_to_text, keeps_what_four_times_the_input_can_hold) {
     }
 }
 
+// Two bases of 100,000 units leave room for eight links of that size. The five that both bases give count once.
+TEST(convert_to_text, counts_equal_links_of_two_bases_once) {
+    const wstring base = u"<base href=http:" + wstring(100'000, u'b');
+    const wstring html = base + u"><img src=ba><img src=bc><img src=bd><img src=be><img src=bf>" + base +
+                         u"b><img src=a><img src=c><img src=d><img src=e><img src=f><img src=g><img src=h><img src=i>";
+    convert_to_text converter(true);
+    parse(html, converter);
+    EXPECT_EQ(converter.links.size(), 8U);
+}
+
 TEST(convert_to_text, leaves_out_relative_links_beyond_that) {
     wstring html = u"<base href=http:" + wstring(100'000, u'b') + u">";
     for (char16_t i = 0; i < 1000; ++i)
