@@ -11,7 +11,6 @@
 namespace brimwarden::analysis::plugins::header_analysis {
 
 using tackle::string;
-using tackle::wstring_view;
 using tackle::internet::message2::part;
 using tackle::internet::message2::header_type::parametized_value_type;
 using tackle::internet::message2::header_type::unstructured_value_type;
