@@ -22,7 +22,8 @@ def run(*arguments, given=b""):
 
 class brmx_scan(unittest.TestCase):
     def test_wrong_usage_is_told_and_ends_with_2(self):
-        for arguments in [(), ("--nonsense", MARKED), ("--jobs",), ("--jobs", "0", MARKED), ("--jobs", "x", MARKED)]:
+        for arguments in [(), ("--nonsense", MARKED), ("--jobs",), ("--jobs", "0", MARKED), ("--jobs", "x", MARKED),
+                          ("--credentials", "1:x:y", MARKED), ("--timeout=-1", MARKED), ("--state=", MARKED)]:
             with self.subTest(arguments=arguments):
                 status, out, error = run(*arguments)
                 self.assertEqual((status, out), (2, ""))
@@ -50,6 +51,7 @@ class brmx_scan(unittest.TestCase):
         self.assertEqual((status, [a["file"] for a in answers]), (0, [MARKED, ZIPPED]))
         self.assertEqual((answers[0]["status"], answers[0]["status_name"]), (0x30001, "community_unavailable"))
         self.assertEqual(answers[0]["probability"], 0)
+        self.assertEqual(set(answers[0]["statistics"].values()), {0})
         self.assertEqual(answers[0]["trace"][0], [0, "Message Parts:"])
         self.assertEqual([language["tag"] for language in answers[1]["languages"]], ["en"])
 
@@ -61,6 +63,25 @@ class brmx_scan(unittest.TestCase):
             answer = json.loads(out)
             self.assertEqual((status, answer["file"]), (0, path))
             self.assertIn("\\u0001", out)
+
+    def test_without_a_community_there_is_nothing_to_tell_it(self):
+        for arguments in [("--report", MARKED), ("--revoke", MARKED), ("--health",)]:
+            with self.subTest(arguments=arguments):
+                status, out, error = run(*arguments)
+                self.assertEqual((status, out), (1, ""))
+                self.assertIn("community_unavailable", error)
+
+    def test_the_state_goes_on_from_run_to_run(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "state"
+            for expected in (b"1\rC\r\rA\r", b"1\rE\r\rA\r", b"1\rG\r\rA\r"):  # two, four, six sessions
+                self.assertEqual(run("--state", str(path), MARKED, ZIPPED)[0], 0)
+                self.assertEqual(path.read_bytes(), expected)
+            self.assertEqual(os.listdir(folder), ["state"])
+            path.write_bytes(b"nonsense")
+            status, out, error = run("--state", str(path), MARKED)
+            self.assertEqual((status, out, path.read_bytes()), (1, "", b"nonsense"))
+            self.assertIn("no state to go on from", error)
 
     def test_standard_input_is_a_message(self):
         given = b"Content-Type: application/x\r\nMessage-ID: <a@b>\r\n\r\na\r\nb\n"

@@ -1,6 +1,7 @@
 #include "tools/brmx_scan/engine.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <stdexcept>
 
@@ -58,9 +59,9 @@ bool has_probability(engine_status status) {
 }
 
 // The interface's units are wchar_t on one target and char16_t on the other; both are UTF-16.
-std::u16string to_units(const std::basic_string<brmx_char>& text, std::size_t length) {
-    return {text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length)};
-}
+std::u16string from_interface(const brmx_char* text, std::size_t length) { return {text, text + length}; }
+
+std::basic_string<brmx_char> for_interface(const std::u16string& text) { return {text.begin(), text.end()}; }
 
 class session {
 public:
@@ -86,7 +87,7 @@ public:
                 status = BRMX_Session_GetLastTrace(handle, line, &indent, buffer.data(), &length);
             }
             if (status != status_ok) return lines;
-            lines.push_back({indent, to_units(buffer, length)});
+            lines.push_back({indent, from_interface(buffer.data(), length)});
         }
     }
 
@@ -98,6 +99,20 @@ public:
                 return shares;
             }
         }
+    }
+
+    [[nodiscard]] community_statistics read_statistics() const {
+        community_statistics s;
+        BRMX_Spam_GetCommunityStatistics2(handle, &s.bytes_sent, &s.bytes_received, &s.datagrams_sent,
+                                          &s.datagrams_received, &s.connections_made, &s.connections_failed,
+                                          &s.latency_ms);
+        return s;
+    }
+
+    void introduce(const credentials& identity) const {
+        const auto secret = for_interface(to_units(identity.secret));
+        BRMX_Spam_SetCommunityCredentials(handle, identity.mode, identity.id, secret.data(),
+                                          static_cast<std::uint32_t>(secret.size()));
     }
 
     std::uint32_t handle = 0;
@@ -115,14 +130,21 @@ engine::engine() {
 
 engine::~engine() { BRMX_Engine_Shutdown(); }
 
-scan_result engine::scan(const std::string& message, questions asked) const {
+scan_result engine::work_on(const std::string& message, const questions& asked) const {
     scan_result result;
     const session opened(message, result.status);
     if (result.status != status_ok) return result;
-    std::int32_t probability = 0;
-    result.status = BRMX_Spam_GetProbability(opened.handle, 0, &probability);
-    if (!has_probability(result.status)) return result;
-    result.probability = probability;
+    if (asked.identity) opened.introduce(*asked.identity);
+    if (asked.what == action::scan) {
+        std::int32_t probability = 0;
+        result.status = BRMX_Spam_GetProbability(opened.handle, asked.timeout_ms, &probability);
+        if (!has_probability(result.status)) return result;
+        result.probability = probability;
+    } else {
+        const auto tell = asked.what == action::report ? BRMX_Spam_CommunityReport2 : BRMX_Spam_CommunityRevoke2;
+        result.status = tell(opened.handle, asked.timeout_ms, 0);
+    }
+    if (asked.statistics) result.statistics = opened.read_statistics();
     if (asked.trace) result.trace = opened.read_trace();
     if (!asked.languages) return result;
     result.languages = opened.read_languages();
@@ -132,6 +154,34 @@ scan_result engine::scan(const std::string& message, questions asked) const {
             result.trace.push_back(std::move(line)); // it has replaced the scan's
     }
     return result;
+}
+
+engine_status engine::join_community(const std::string& group, std::uint32_t rediscovery_seconds) const {
+    const auto name = for_interface(to_units(group));
+    return BRMX_Spam_SetCommunityServerGroup(name.data(), static_cast<std::uint32_t>(name.size()), rediscovery_seconds);
+}
+
+community_health engine::health() const {
+    community_health result;
+    result.status = BRMX_Spam_GetCommunityHealth(0, &result.reachable, &result.unreachable, &result.latency_ms);
+    return result;
+}
+
+engine_status set_state(const std::u16string& text) {
+    const auto units = for_interface(text);
+    return BRMX_Engine_SetState(units.data(), static_cast<std::uint32_t>(units.size()));
+}
+
+std::u16string get_state() {
+    const brmx_char* text = nullptr;
+    std::uint32_t length = 0;
+    const auto status = BRMX_Engine_GetState(&text, &length);
+    if (status != status_ok) throw std::runtime_error(std::string("the engine gives no state: ") + status_name(status));
+    return from_interface(text, length);
+}
+
+std::u16string to_units(const std::string& text) {
+    return std::filesystem::path(std::u8string(text.begin(), text.end())).u16string();
 }
 
 const char* status_name(engine_status status) noexcept {

@@ -20,18 +20,50 @@ struct language_share {
     std::uint32_t relevance = 0; // letters that speak for the language
 };
 
-// What to ask about a message besides its probability.
-struct questions {
-    bool trace = false;
-    bool languages = false;
+// Who asks the community.
+struct credentials {
+    std::uint32_t mode = 0;
+    std::uint32_t id = 0;
+    std::string secret; // UTF-8
 };
 
-// What one scan gave. Without a probability the scan failed, and `status` says how.
+enum class action : std::uint8_t { scan, report, revoke };
+
+// What to do with a message, and what to ask about it.
+struct questions {
+    action what = action::scan;
+    bool trace = false;
+    bool languages = false;
+    bool statistics = false;
+    // For the community's answer. Not 0 unless the user says so: a question would then be asked just once.
+    std::uint32_t timeout_ms = 10000;
+    std::optional<credentials> identity;
+};
+
+struct community_statistics {
+    std::uint32_t bytes_sent = 0;
+    std::uint32_t bytes_received = 0;
+    std::uint32_t datagrams_sent = 0;
+    std::uint32_t datagrams_received = 0;
+    std::uint32_t connections_made = 0;
+    std::uint32_t connections_failed = 0;
+    std::uint32_t latency_ms = 0;
+};
+
+// What one message gave. A scan without a probability failed, and `status` says how.
 struct scan_result {
     engine_status status = status_ok;
     std::optional<int> probability;
     std::vector<trace_line> trace; // of the scan, and behind it that of the languages
     std::vector<language_share> languages;
+    community_statistics statistics;
+};
+
+struct community_health {
+    engine_status status = status_ok;
+    std::uint32_t reachable = 0;
+    std::uint32_t unreachable = 0;
+    std::uint32_t latency_ms = 0;
 };
 
 // Keeps the engine initialised while it lives; one a process. Throws std::runtime_error if the engine refuses.
@@ -42,9 +74,21 @@ public:
     engine(const engine&) = delete;
     engine& operator=(const engine&) = delete;
 
-    // Any thread, any number at a time; only reads what it is given.
-    [[nodiscard]] scan_result scan(const std::string& message, questions asked) const;
+    // Any thread, any number at a time; only reads what it is given. Waits for the community if there is one.
+    [[nodiscard]] scan_result work_on(const std::string& message, const questions& asked) const;
+
+    // Waits until the host name has been looked up.
+    [[nodiscard]] engine_status join_community(const std::string& group, std::uint32_t rediscovery_seconds) const;
+    // Waits until the servers have been probed.
+    [[nodiscard]] community_health health() const;
 };
+
+// The engine's state text, which keeps a record of each call. Need a running engine.
+[[nodiscard]] engine_status set_state(const std::u16string& text);
+[[nodiscard]] std::u16string get_state();
+
+// UTF-8 as UTF-16. Throws std::exception for what is no UTF-8.
+[[nodiscard]] std::u16string to_units(const std::string& text);
 
 // The name of a status in the interface, "unknown_status" for one it does not list.
 [[nodiscard]] const char* status_name(engine_status status) noexcept;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tools/brmx_scan/engine.h"
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,14 +11,18 @@ namespace brmx_scan {
 struct options {
     std::vector<std::string> paths; // files and directories as given, "-" for standard input
     unsigned jobs = 1;              // threads that scan
-    bool trace = false;
-    bool languages = false;
+    questions asked;
     bool json = false;
+    bool health = false;
+    std::optional<std::string> group; // the community's host name
+    std::uint32_t rediscovery_seconds = 0;
+    std::string state; // file name; empty for none
     bool help = false;
     bool version = false;
 };
 
-// Reads the command line. On a usage error `error` says what is wrong, and the rest of the result is of no use.
+// Reads the command line, and the environment variable BRMX_CREDENTIALS where it has no credentials: a command line can
+// be read by every user of the machine. On a usage error `error` says what is wrong, and the rest is of no use.
 struct parsed_options {
     options values;
     std::string error;

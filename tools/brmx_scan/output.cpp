@@ -119,7 +119,49 @@ void append_languages(std::string& out, const std::vector<language_share>& langu
     out += ']';
 }
 
+void append_statistics(std::string& out, const community_statistics& statistics) {
+    const std::pair<const char*, std::uint32_t> counters[] = {
+        {"bytes_sent", statistics.bytes_sent},
+        {"bytes_received", statistics.bytes_received},
+        {"datagrams_sent", statistics.datagrams_sent},
+        {"datagrams_received", statistics.datagrams_received},
+        {"connections_made", statistics.connections_made},
+        {"connections_failed", statistics.connections_failed},
+        {"latency_ms", statistics.latency_ms},
+    };
+    out += ", \"statistics\": {";
+    const char* separator = "\"";
+    for (const auto& [name, count] : counters) {
+        out += separator;
+        out += name + ("\": " + std::to_string(count));
+        separator = ", \"";
+    }
+    out += '}';
+}
+
 } // namespace
+
+std::string to_utf8(std::u16string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const char32_t character = take_character(text);
+        append_utf8(out, is_surrogate(character) ? replacement : character);
+    }
+    return out;
+}
+
+std::string plain_health(const community_health& health) {
+    if (health.status != status_ok) return {};
+    return std::to_string(health.reachable) + " servers answer, " + std::to_string(health.unreachable) +
+           " do not; the best takes " + std::to_string(health.latency_ms) + " ms\n";
+}
+
+std::string json_health(const community_health& health) {
+    return "{\"status\": " + std::to_string(static_cast<std::uint32_t>(health.status)) + ", \"status_name\": \"" +
+           status_name(health.status) + "\", \"reachable\": " + std::to_string(health.reachable) +
+           ", \"unreachable\": " + std::to_string(health.unreachable) +
+           ", \"latency_ms\": " + std::to_string(health.latency_ms) + "}\n";
+}
 
 std::string printable(std::u16string_view text) {
     std::string out;
@@ -130,11 +172,18 @@ std::string printable(std::u16string_view text) {
     return out;
 }
 
-std::string plain_report(const report& shown, questions asked) {
-    if (!shown.result.probability) return {};
-    char number[16];
-    std::snprintf(number, sizeof number, "%3d ", *shown.result.probability);
-    std::string out = number + shown.file;
+std::string plain_report(const report& shown, const questions& asked) {
+    std::string out;
+    if (shown.result.probability) {
+        char number[16];
+        std::snprintf(number, sizeof number, "%3d ", *shown.result.probability);
+        out = number;
+    } else if (asked.what != action::scan && shown.error.empty() && shown.result.status == status_ok) {
+        out = asked.what == action::report ? "reported " : "revoked ";
+    } else {
+        return {};
+    }
+    out += shown.file;
     const char* before = " [";
     for (const auto& share : shown.result.languages) {
         out += before;
@@ -151,7 +200,7 @@ std::string plain_report(const report& shown, questions asked) {
     return out + '\n';
 }
 
-std::string json_report(const report& shown, questions asked) {
+std::string json_report(const report& shown, const questions& asked) {
     std::string out = "{\"file\": ";
     append_json_bytes(out, shown.file);
     if (!shown.error.empty()) {
@@ -173,6 +222,7 @@ std::string json_report(const report& shown, questions asked) {
     }
     out += ']';
     if (asked.languages) append_languages(out, shown.result.languages);
+    if (asked.statistics) append_statistics(out, shown.result.statistics);
     return out + "}\n";
 }
 

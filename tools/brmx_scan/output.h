@@ -18,8 +18,13 @@ struct report {
 // wrote and a terminal obeys it.
 [[nodiscard]] std::string printable(std::u16string_view text);
 
+// UTF-8 as it is, but for lone surrogates, which become U+FFFD.
+[[nodiscard]] std::string to_utf8(std::u16string_view text);
+
 // Complete lines, the last one's end included.
-[[nodiscard]] std::string plain_report(const report& shown, questions asked);
-[[nodiscard]] std::string json_report(const report& shown, questions asked);
+[[nodiscard]] std::string plain_report(const report& shown, const questions& asked);
+[[nodiscard]] std::string json_report(const report& shown, const questions& asked);
+[[nodiscard]] std::string plain_health(const community_health& health);
+[[nodiscard]] std::string json_health(const community_health& health);
 
 } // namespace brmx_scan

@@ -12,13 +12,13 @@ namespace brmx_scan {
 
 namespace {
 
-report scan_one(const engine& scanner, const source& from, questions asked) {
+report scan_one(const engine& scanner, const source& from, const questions& asked) {
     report made{from.name, {}, from.error};
     if (!made.error.empty()) return made;
     try {
         std::string content;
         made.error = read_source(from.name, content);
-        if (made.error.empty()) made.result = scanner.scan(content, asked);
+        if (made.error.empty()) made.result = scanner.work_on(content, asked);
     } catch (const std::bad_alloc&) {
         made = {from.name, {}, "not enough memory"};
     }
@@ -75,7 +75,7 @@ private:
 
 } // namespace
 
-void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, questions asked,
+void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, const questions& asked,
               const std::function<void(const report&)>& show) {
     if (jobs == 1) {
         for (const auto& from : sources)
