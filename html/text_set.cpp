@@ -112,8 +112,9 @@ std::vector<text_set::measured_entry> text_set::different_entries() const {
     }
     const auto text = [](const known_text& one) { return std::tie(one.length, one.mark); };
     std::ranges::sort(known, {}, [](const known_text& one) { return std::tie(one.length, one.mark, one.index); });
-    const auto repeated = std::ranges::unique(known, {}, text);
-    known.erase(repeated.begin(), repeated.end());
+    // Not the ranges form, whose result clang 14 cannot take apart.
+    const auto same = [&](const known_text& a, const known_text& b) { return text(a) == text(b); };
+    known.erase(std::unique(known.begin(), known.end(), same), known.end());
     std::ranges::sort(known, {}, &known_text::index);
     std::vector<measured_entry> different;
     different.reserve(known.size());
