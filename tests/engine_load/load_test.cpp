@@ -110,8 +110,11 @@ TEST(load, loses_and_mixes_up_nothing) {
                 const auto handle = open_member(1 + thread * scans_each + scan);
                 std::int32_t probability = -1;
                 const auto status = BRMX_Spam_GetProbability(handle, generous_ms, &probability);
-                // A probe may be lost as well, and the server then counts as silent until the next round.
-                EXPECT_TRUE(status == status_ok || status == community_discovery_pending) << status;
+                // A probe may be lost as well, and the server then counts as silent until the next round; and where
+                // the processors are busy, so may all attempts of one request.
+                EXPECT_TRUE(status == status_ok || status == community_discovery_pending ||
+                            status == community_timed_out)
+                    << status;
                 EXPECT_GE(probability, 0);
                 if (status == status_ok) ++answered;
                 EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok);

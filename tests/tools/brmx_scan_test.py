@@ -57,7 +57,7 @@ class brmx_scan(unittest.TestCase):
 
     def test_names_and_texts_of_any_kind_stay_json(self):
         with tempfile.TemporaryDirectory() as folder:
-            path = os.path.join(folder, 'a "b" \u00e4.eml')
+            path = os.path.join(folder, "a 'b' \u00e4.eml")
             pathlib.Path(path).write_bytes(b'Content-Disposition: x; filename="=?utf-7?Q?+2AA-?=\x01\\"\r\n\r\n')
             status, out, _ = run("--json", path)
             answer = json.loads(out)
