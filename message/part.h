@@ -31,7 +31,8 @@ struct attachment_info {
 // end of the message, missing headers have defaults, CR and LF and both pairs of them end a line, a NUL is a byte like
 // any other, lines have no limit. What stands before the first delimiter is the part's own data, what stands behind the
 // closing line is dropped. Uuencoded files in a text become children, and so does a message attached as an .eml file.
-// Parsing takes time in proportion to the message, whatever it holds, and recurses only from depth to depth.
+// Parsing takes time in proportion to the message and recurses only from depth to depth. The exception are messages
+// attached to each other as .eml files that have a boundary or damaged escapes: they are walked once a level.
 //
 // Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type that can't be decoded
 // unicode::generic or coding::translate::invalid_codeword. Nothing else in a message makes it fail: an unreadable
