@@ -76,6 +76,8 @@ void quoted_printable_encode(string_view in, string& out);
 [[nodiscard]] string quoted_printable_encode(string_view in);
 void quoted_printable_decode(string_view in, string& out, bool strict);
 [[nodiscard]] string quoted_printable_decode(string_view in);
+// Strict, for text that is likely damaged: false where the others throw.
+[[nodiscard]] bool try_quoted_printable_decode(string_view in, string& out);
 
 // Percent coding of addresses: letters, digits, ".", "-" and "_" stand for themselves. Decoding follows the rules of
 // quoted-printable, with "%" for "=".

@@ -73,7 +73,8 @@ std::size_t copy_up_to(char escape, const char* from, std::size_t length, char* 
     return done;
 }
 
-void decode(string_view in, string& out, char escape, bool strict) {
+// Null, or in strict mode the first escape that can't be decoded, at which it stops.
+const char* decode_up_to_bad(string_view in, string& out, char escape, bool strict) {
     const auto before = out.size();
     out.resize(before + in.size());
     const char* at = in.data();
@@ -94,7 +95,7 @@ void decode(string_view in, string& out, char escape, bool strict) {
             if (at > last) break;
         } else if (strict) {
             out.resize(static_cast<std::size_t>(to - out.data()));
-            (void)hex_decode(string_view(at + 1, 2), true); // raises
+            return at;
         } else {
             *to++ = *at++;
         }
@@ -102,6 +103,12 @@ void decode(string_view in, string& out, char escape, bool strict) {
     while (at != end)
         *to++ = *at++;
     out.resize(static_cast<std::size_t>(to - out.data()));
+    return nullptr;
+}
+
+void decode(string_view in, string& out, char escape, bool strict) {
+    const char* const bad = decode_up_to_bad(in, out, escape, strict);
+    if (bad != nullptr) (void)hex_decode(string_view(bad + 1, 2), true); // raises
 }
 
 } // namespace
@@ -120,6 +127,10 @@ string quoted_printable_decode(string_view in) {
     string out;
     quoted_printable_decode(in, out, true);
     return out;
+}
+
+bool try_quoted_printable_decode(string_view in, string& out) {
+    return decode_up_to_bad(in, out, '=', true) == nullptr;
 }
 
 void percent_encode(string_view in, string& out) { encode(in, out, '%', percent_plain); }

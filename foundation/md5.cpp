@@ -87,6 +87,12 @@ void md5::update(string_view bytes) {
 }
 
 string md5::finish() {
+    char digest[digest_size];
+    finish(digest);
+    return {digest, digest_size};
+}
+
+void md5::finish(char (&digest)[digest_size]) {
     constexpr auto length_at = block_size - sizeof length_;
     const auto bits = length_ * 8; // of a text beyond 2^61 bytes only the low 64 bits count, as the algorithm has it
     const auto pending = static_cast<std::size_t>(length_ % block_size);
@@ -98,13 +104,11 @@ string md5::finish() {
         last[(blocks - 1) * block_size + length_at + i] = static_cast<char>(bits >> 8 * i);
     add_blocks(state_, last, blocks);
 
-    string digest;
-    digest.reserve(16);
+    char* to = digest;
     for (const auto word : state_)
         for (int shift = 0; shift < 32; shift += 8)
-            digest += static_cast<char>(word >> shift);
+            *to++ = static_cast<char>(word >> shift);
     *this = md5();
-    return digest;
 }
 
 string md5_digest(string_view bytes) {

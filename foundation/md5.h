@@ -14,8 +14,12 @@ class md5 {
 public:
     // Adds bytes. The digest of a text is the same however the text is cut into updates.
     void update(string_view bytes);
+    static constexpr std::size_t digest_size = 16;
+
     // The digest of all bytes so far as 16 raw bytes. The object then starts anew, as if just made.
     [[nodiscard]] string finish();
+    // The same without a text for it.
+    void finish(char (&digest)[digest_size]);
 
 private:
     static constexpr std::size_t block_size = 64;

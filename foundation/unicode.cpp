@@ -1,6 +1,7 @@
 #include "foundation/unicode.h"
 
 #include "platform/code_page.h"
+#include "platform/widen.h"
 
 #include <algorithm>
 
@@ -50,18 +51,6 @@ void raise(platform::conversion result) {
 // In blocks of a fixed size, which compilers turn into vector instructions; a loop of unknown length they leave alone.
 constexpr std::size_t block = 16;
 
-void widen_raw(string_view text, wstring& out) {
-    out.resize(text.size());
-    const char* from = text.data();
-    char16_t* to = out.data();
-    std::size_t left = text.size();
-    for (; left >= block; left -= block, from += block, to += block)
-        for (std::size_t i = 0; i < block; ++i)
-            to[i] = static_cast<unsigned char>(from[i]);
-    for (; left > 0; --left)
-        *to++ = static_cast<unsigned char>(*from++);
-}
-
 void narrow_raw(wstring_view text, bool strict, string& out) {
     out.resize(text.size());
     const char16_t* from = text.data();
@@ -92,7 +81,7 @@ platform::conversion widen(string_view text, std::uint32_t code_page, wstring& o
     out.clear();
     if (text.empty()) return platform::conversion::ok;
     if (code_page == raw_code_page) {
-        widen_raw(text, out);
+        append_raw(text, out);
         return platform::conversion::ok;
     }
     if (code_page == refused_page) return platform::conversion::failed;
@@ -100,6 +89,21 @@ platform::conversion widen(string_view text, std::uint32_t code_page, wstring& o
 }
 
 } // namespace
+
+void append_raw(string_view text, wstring& out) {
+    const auto before = out.size();
+    out.resize(before + text.size());
+    const char* from = text.data();
+    char16_t* to = out.data() + before;
+    std::size_t left = text.size();
+    for (; left >= platform::widened_at_once; left -= platform::widened_at_once) {
+        platform::widen_bytes(from, to);
+        from += platform::widened_at_once;
+        to += platform::widened_at_once;
+    }
+    for (; left > 0; --left)
+        *to++ = static_cast<unsigned char>(*from++);
+}
 
 wstring to_wide(string_view text, std::uint32_t code_page) {
     wstring result;

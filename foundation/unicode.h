@@ -47,6 +47,9 @@ inline constexpr std::uint32_t raw_code_page = 0xFFFFFFFF;
 // throws, save for std::bad_alloc; `out` is then of no use.
 [[nodiscard]] bool try_to_wide(string_view text, std::uint32_t code_page, wstring& out);
 
+// Appends each byte as the unit of the same value: to_wide with raw_code_page, without a text of its own.
+void append_raw(string_view text, wstring& out);
+
 // The text in the code page. A character that it lacks raises unmappable_character if `strict`, and becomes the code
 // page's default character, "?" mostly, if not. The code pages that replace in to_wide do so here even if `strict`.
 // Throws as to_wide.

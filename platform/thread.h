@@ -7,8 +7,9 @@ namespace tackle::platform {
 using thread_handle = std::uintptr_t;
 
 // Starts a thread with the highest priority that this process may have, or with a lower one if the system is strict.
-// This library stays in memory until the thread has ended, whoever unloads it meanwhile. False if there is no thread.
-[[nodiscard]] bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) noexcept;
+// This library stays in memory until the thread has ended, whoever unloads it meanwhile. False if the system refuses.
+// Throws std::bad_alloc if it lacks the means, memory among them.
+[[nodiscard]] bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out);
 
 // Waits until the thread has ended, and gives its handle back. Not for a thread that waits for itself.
 void join_thread(thread_handle thread) noexcept;

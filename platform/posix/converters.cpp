@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unicode/uclean.h>
 
 namespace tackle::platform {
 namespace {
@@ -133,6 +134,14 @@ constexpr converter_row converters[] = {
     {65000, sequence, true, "UTF-7"},
 };
 static_assert(std::ranges::is_sorted(converters, {}, &converter_row::code_page));
+
+// ICU looks for its data once, and if memory fails it at that moment no converter opens any more in this process. So
+// that is done while the library loads, where it costs less than 0.1 ms and a lack of memory is nothing to recover from.
+const UErrorCode converter_data = [] {
+    UErrorCode error = U_ZERO_ERROR;
+    u_init(&error);
+    return error;
+}();
 
 } // namespace
 

@@ -1,31 +1,82 @@
 #include "platform/posix/sequence_page.h"
 
+#include <algorithm>
 #include <climits>
+#include <iterator>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <unicode/ucnv.h>
+#include <utility>
 
 namespace tackle::platform {
 namespace {
 
-// Opening a converter costs more than converting a line, and a message tends to stay with one code page.
-UConverter* converter_of(const converter_row& row) {
-    struct kept {
-        const converter_row* row = nullptr;
-        std::unique_ptr<UConverter, decltype(&ucnv_close)> converter{nullptr, &ucnv_close};
-    };
-    static thread_local kept last;
-    if (last.row != &row) {
+using converter_owner = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
+
+// Converters that are open and not in use. Opening one costs more than converting a line, and each serves one thread at
+// a time. They are not kept by thread: the C library ends the whole process if it has no memory for what a thread has to
+// destroy at its end.
+class idle_converters {
+public:
+    // An own one for the caller, null if the system has none for this page. Throws std::bad_alloc.
+    static converter_owner take(const converter_row& row) {
+        {
+            const std::lock_guard lock(guard);
+            for (auto& [idle_row, idle] : places)
+                if (idle_row == &row && idle != nullptr) return {std::exchange(idle, nullptr), &ucnv_close};
+        }
         UErrorCode error = U_ZERO_ERROR;
-        last.row = nullptr;
-        last.converter.reset(ucnv_open(row.name, &error));
-        if (last.converter) ucnv_setSubstString(last.converter.get(), u"?", 1, &error);
-        if (error == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc(); // and ask again next time
-        if (U_FAILURE(error)) last.converter.reset();
-        last.row = &row;
+        converter_owner opened(ucnv_open(row.name, &error), &ucnv_close);
+        if (opened) ucnv_setSubstString(opened.get(), u"?", 1, &error);
+        if (error == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
+        if (U_FAILURE(error)) opened.reset();
+        return opened;
     }
-    return last.converter.get();
-}
+
+    static void give_back(const converter_row& row, converter_owner used) noexcept {
+        converter_owner closed(nullptr, &ucnv_close); // behind the lock
+        const std::lock_guard lock(guard);
+        auto place = std::ranges::find(places, nullptr, &entry::idle);
+        if (place == std::end(places)) place = std::begin(places) + oldest++ % std::size(places);
+        closed.reset(place->idle);
+        *place = {&row, used.release()};
+    }
+
+    // At the end of the library. What a thread that still runs gives back later stays.
+    ~idle_converters() {
+        for (auto& place : places) {
+            const std::lock_guard lock(guard);
+            const converter_owner closed(std::exchange(place.idle, nullptr), &ucnv_close);
+        }
+    }
+
+private:
+    struct entry {
+        const converter_row* row;
+        UConverter* idle;
+    };
+    static constinit inline std::mutex guard;
+    static constinit inline entry places[16] = {};
+    static constinit inline unsigned oldest = 0;
+};
+const idle_converters ended_with_the_library;
+
+// One for the life of this object.
+class borrowed_converter {
+public:
+    explicit borrowed_converter(const converter_row& row) : row_(row), converter_(idle_converters::take(row)) {}
+    ~borrowed_converter() {
+        if (converter_) idle_converters::give_back(row_, std::move(converter_));
+    }
+    borrowed_converter(const borrowed_converter&) = delete;
+    borrowed_converter& operator=(const borrowed_converter&) = delete;
+    [[nodiscard]] UConverter* get() const { return converter_.get(); }
+
+private:
+    const converter_row& row_;
+    converter_owner converter_;
+};
 
 conversion judge(UErrorCode error) {
     switch (error) {
@@ -62,7 +113,8 @@ conversion encode(UConverter* converter, bool stop, std::u16string_view units, s
 } // namespace
 
 conversion widen_sequence(const converter_row& row, std::string_view bytes, bool strict, std::u16string& out) {
-    auto* const converter = converter_of(row);
+    const borrowed_converter borrowed(row);
+    auto* const converter = borrowed.get();
     if (converter == nullptr) return conversion::invalid_code_page;
     UErrorCode error = U_ZERO_ERROR;
     ucnv_reset(converter);
@@ -76,7 +128,8 @@ conversion widen_sequence(const converter_row& row, std::string_view bytes, bool
 }
 
 conversion narrow_sequence(const converter_row& row, std::u16string_view units, std::string& out, bool* used_default) {
-    auto* const converter = converter_of(row);
+    const borrowed_converter borrowed(row);
+    auto* const converter = borrowed.get();
     if (converter == nullptr) return conversion::invalid_code_page;
     const auto result = encode(converter, true, units, out);
     if (result != conversion::unmappable) return result;

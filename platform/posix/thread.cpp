@@ -1,5 +1,6 @@
 #include "platform/thread.h"
 
+#include <cerrno>
 #include <csignal>
 #include <dlfcn.h>
 #include <memory>
@@ -51,20 +52,23 @@ void pin_library() noexcept {
 
 } // namespace
 
-bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) noexcept {
-    auto* work = new (std::nothrow) task{body, argument};
-    if (work == nullptr) return false;
+bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) {
+    auto work = std::make_unique<task>(task{body, argument});
     pin_library();
     sigset_t all;
     sigset_t before;
     sigfillset(&all); // the handlers of the program run on its own threads, not on ours
     pthread_sigmask(SIG_SETMASK, &all, &before);
     pthread_t thread{};
-    const bool started = pthread_create(&thread, nullptr, run, work) == 0;
+    const int error = pthread_create(&thread, nullptr, run, work.get());
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (!started) delete work;
-    out = started ? static_cast<thread_handle>(thread) : 0;
-    return started;
+    out = 0;
+    if (error == EAGAIN) throw std::bad_alloc(); // what it says for no memory, and for as many threads as there may be
+    errno = error;
+    if (error != 0) return false;
+    static_cast<void>(work.release()); // the thread's own now
+    out = static_cast<thread_handle>(thread);
+    return true;
 }
 
 void join_thread(thread_handle thread) noexcept { pthread_join(static_cast<pthread_t>(thread), nullptr); }

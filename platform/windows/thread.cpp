@@ -24,15 +24,17 @@ DWORD WINAPI run(void* given) {
 
 } // namespace
 
-bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) noexcept {
+bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out) {
     out = 0;
-    auto* work = new (std::nothrow) task{body, argument, nullptr};
-    if (work == nullptr) return false;
+    auto* work = new task{body, argument, nullptr};
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&run), &work->library);
     const HANDLE thread = CreateThread(nullptr, 0, run, work, CREATE_SUSPENDED, nullptr);
     if (thread == nullptr) {
+        const DWORD error = GetLastError();
         if (work->library != nullptr) FreeLibrary(work->library);
         delete work;
+        if (error == ERROR_NOT_ENOUGH_MEMORY) throw std::bad_alloc();
+        SetLastError(error);
         return false;
     }
     SetThreadPriority(thread, THREAD_PRIORITY_TIME_CRITICAL);
