@@ -2,6 +2,7 @@
 
 #include "foundation/coding.h"
 #include "foundation/line_scanner.h"
+#include "foundation/strings.h"
 
 #include <algorithm>
 
@@ -58,20 +59,46 @@ void decode_base64_body(const line_stretch& lines, string& out) {
     coding::translate::base64_decode(pending, out, false);
 }
 
+// Lines without "=" are most of most bodies, and go to the data in runs.
 void decode_quoted_printable_body(const line_stretch& lines, string& out) {
+    const string_view bytes = lines.bytes;
     out.reserve(out.size() + normalised_size(lines));
-    stretch_reader reader(lines);
-    string_view line;
-    while (reader.next(line)) {
-        const bool goes_on = !line.empty() && line.back() == '=';
-        if (goes_on) line.remove_suffix(1);
-        if (line.find('=') == string_view::npos) {
-            out += line;
-        } else {
-            coding::translate::quoted_printable_decode(line, out, false);
+    std::size_t from = 0; // a line begins there
+    for (std::size_t equals = bytes.find('='); equals != string_view::npos; equals = bytes.find('=', from)) {
+        std::size_t first = from;
+        std::size_t end = find_line_end(bytes, from);
+        if (end < equals) {
+            first = equals;
+            while (bytes[first - 1] != '\r' && bytes[first - 1] != '\n')
+                --first;
+            append_normalised({bytes.substr(from, first - from), false, 0}, out);
+            end = find_line_end(bytes, equals);
         }
+        const bool goes_on = bytes[end - 1] == '=';
+        coding::translate::quoted_printable_decode(bytes.substr(first, end - first - (goes_on ? 1 : 0)), out, false);
         if (!goes_on) out += "\r\n";
+        if (end == bytes.size()) {
+            append_normalised({{}, false, lines.empty_lines}, out);
+            return;
+        }
+        from = skip_line_end(bytes, end);
     }
+    append_normalised({bytes.substr(from), lines.open, lines.empty_lines}, out);
+}
+
+bool has_quoted_printable_escape(const line_stretch& lines) {
+    const string_view bytes = lines.bytes;
+    const auto is_line_end = [&](std::size_t at) {
+        return at >= bytes.size() || bytes[at] == '\r' || bytes[at] == '\n';
+    };
+    const auto is_digit = [&](std::size_t at) {
+        if (at >= bytes.size()) return false;
+        const char c = lower_letter(bytes[at]);
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+    };
+    for (std::size_t at = bytes.find('='); at != string_view::npos; at = bytes.find('=', at + 1))
+        if (is_line_end(at + 1) || (is_digit(at + 1) && is_digit(at + 2))) return true;
+    return false;
 }
 
 // A text in which every line begins a block that never ends costs no more than one walk: "begin" itself can't be

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/text.h"
+#include "message/line_search.h"
 
 #include <cstddef>
 #include <optional>
@@ -24,6 +24,8 @@ public:
     // Whether the line is the delimiter or closing line of an owner; the outermost one, if it is that of several, since
     // the walk of an outer part sees the lines first.
     [[nodiscard]] std::optional<match> find(string_view line) const;
+    // The bytes that boundaries begin with, each with the number of them.
+    [[nodiscard]] const byte_counts& first_bytes() const noexcept { return first_bytes_; }
 
 private:
     struct entry {
@@ -33,6 +35,8 @@ private:
     [[nodiscard]] const entry* find_boundary(string_view boundary) const;
 
     std::vector<entry> entries_; // ordered by length, bytes, owner
+    byte_counts first_bytes_{};
+    byte_counts lengths_{}; // how many have each length, all from 255 on counted together
 };
 
 } // namespace tackle::internet::message2

@@ -2,6 +2,7 @@
 
 #include "foundation/line_scanner.h"
 
+#include <algorithm>
 #include <cstring>
 
 #if defined(__SSE2__)
@@ -47,6 +48,32 @@ std::size_t find_line_with(string_view text, std::size_t from, char c) noexcept 
 #endif
     for (; from < size; ++from)
         if (bytes[from] == c && is_line_end(bytes[from - 1])) return from;
+    return size;
+}
+
+std::size_t find_dashed_line(string_view text, std::size_t from, const byte_counts& third) noexcept {
+    const char* const bytes = text.data();
+    const std::size_t size = text.size();
+    if (size < 3) return size;
+    const auto matches = [&](std::size_t at) { return third[static_cast<std::uint8_t>(bytes[at + 2])] != 0; };
+    if (from == 0) {
+        if (bytes[0] == '-' && bytes[1] == '-' && matches(0)) return 0;
+        from = 1;
+    }
+#if defined(__SSE2__)
+    const __m128i dash = _mm_set1_epi8('-');
+    for (; from + 18 <= size; from += 16) {
+        const __m128i dashes =
+            _mm_and_si128(_mm_cmpeq_epi8(load(bytes + from), dash), _mm_cmpeq_epi8(load(bytes + from + 1), dash));
+        auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(dashes, line_ends(load(bytes + from - 1)))));
+        for (; mask != 0; mask &= mask - 1) {
+            const std::size_t at = from + static_cast<std::size_t>(std::countr_zero(mask));
+            if (matches(at)) return at;
+        }
+    }
+#endif
+    for (; from + 2 < size; ++from)
+        if (bytes[from] == '-' && bytes[from + 1] == '-' && is_line_end(bytes[from - 1]) && matches(from)) return from;
     return size;
 }
 
@@ -97,6 +124,31 @@ std::size_t normalised_size(const line_stretch& lines) noexcept {
     return size - end_bytes + 2 * (end_bytes - pairs + (lines.open ? 1 : 0) + lines.empty_lines);
 }
 
+namespace {
+
+// The first line end other than CR LF at or behind `from`, where a line begins; the text's size if there is none.
+std::size_t find_other_line_end(string_view text, std::size_t from) noexcept {
+    const char* const bytes = text.data();
+    const std::size_t size = text.size();
+    if (from >= size || bytes[from] == '\n') return std::min(from, size);
+    std::size_t at = from + 1;
+    // Each LF has a CR in front of it, and each CR an LF behind it.
+    const auto found = [&](std::size_t wrong) { return bytes[wrong] == '\n' ? wrong : wrong - 1; };
+#if defined(__SSE2__)
+    for (; at + 16 <= size; at += 16) {
+        const __m128i behind = _mm_cmpeq_epi8(load(bytes + at - 1), _mm_set1_epi8('\r'));
+        const __m128i ends = _mm_cmpeq_epi8(load(bytes + at), _mm_set1_epi8('\n'));
+        const auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_xor_si128(behind, ends)));
+        if (mask != 0) return found(at + static_cast<std::size_t>(std::countr_zero(mask)));
+    }
+#endif
+    for (; at < size; ++at)
+        if ((bytes[at - 1] == '\r') != (bytes[at] == '\n')) return found(at);
+    return bytes[size - 1] == '\r' ? size - 1 : size;
+}
+
+} // namespace
+
 // Whole runs of lines that end in CR LF already are copied at once.
 void append_normalised(const line_stretch& lines, string& out) {
     const string_view bytes = lines.bytes;
@@ -112,14 +164,11 @@ void append_normalised(const line_stretch& lines, string& out) {
         *to++ = '\n';
     };
     std::size_t copied = 0;
-    for (std::size_t end = find_line_end(bytes); end < bytes.size();) {
-        const std::size_t next = skip_line_end(bytes, end);
-        if (bytes[end] == '\n' || next != end + 2) {
-            copy(copied, end);
-            end_line();
-            copied = next;
-        }
-        end = find_line_end(bytes, next);
+    for (std::size_t end = find_other_line_end(bytes, 0); end < bytes.size();
+         end = find_other_line_end(bytes, copied)) {
+        copy(copied, end);
+        end_line();
+        copied = skip_line_end(bytes, end);
     }
     copy(copied, bytes.size());
     for (std::size_t left = (lines.open ? 1 : 0) + lines.empty_lines; left > 0; --left)

@@ -1,6 +1,5 @@
 #include "message/part.h"
 
-#include "foundation/coding.h"
 #include "foundation/strings.h"
 #include "foundation/unicode.h"
 #include "message/header_type/parametized_value_type.h"
@@ -22,6 +21,21 @@ string read_file(wstring_view path) {
     default:
         throw load_failed("read failed");
     }
+}
+
+// Whether a Content-Type could have the parameter "name", or be unreadable: everything that needs decoding could. Asked
+// for each part several times in a scan, and most have none.
+bool may_have_name(string_view raw) {
+    constexpr string_view name = "name";
+    std::size_t matched = 0;
+    for (const char c : raw) {
+        if (c == '\\' || c == '?' || (c & 0x80) != 0) return true;
+        if (c == '"') continue; // may stand anywhere inside of a name
+        const char letter = lower_letter(c);
+        if (letter != name[matched]) matched = 0;
+        if (letter == name[matched] && ++matched == name.size()) return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -75,22 +89,22 @@ std::uint32_t part::number_from(std::uint32_t first) noexcept {
     return first;
 }
 
+std::optional<string_view> part::find_header(string_view name) const {
+    const std::size_t found = find_named(headers_, name);
+    if (found == headers_.size()) return std::nullopt;
+    return headers_[found].value;
+}
+
 bool part::get_header(string_view name, header_type::generic_value_type& value) const {
-    for (const header_field field : headers_) {
-        if (!is_named(field, name)) continue;
-        value.parse(field.value);
-        return true;
-    }
-    return false;
+    const auto raw = find_header(name);
+    if (raw) value.parse(*raw);
+    return raw.has_value();
 }
 
 bool part::get_header(string_view name, string& raw) const {
-    for (const header_field field : headers_) {
-        if (!is_named(field, name)) continue;
-        raw = field.value;
-        return true;
-    }
-    return false;
+    const auto found = find_header(name);
+    if (found) raw = *found;
+    return found.has_value();
 }
 
 void part::add_header(string_view name, const header_type::generic_value_type& value) {
@@ -119,33 +133,48 @@ void part::set_text(wstring_view text) {
 void part::set_text(string_view text, std::uint32_t code_page) { set_text(unicode::to_wide(text, code_page)); }
 
 string part::transfer_encoding() const {
+    const auto raw = find_header("Content-Transfer-Encoding");
     header_type::unstructured_value_type value;
     string encoding;
-    try {
-        if (!get_header("Content-Transfer-Encoding", value)) return encoding;
-        value.value_in(encoding, utf8);
-    } catch (const unicode::generic&) {
-        return {}; // one that can't be read counts as absent
-    } catch (const coding::translate::generic&) {
-        return {};
-    }
-    to_lower_in_place(encoding);
+    if (!raw || !value.try_parse(*raw)) return encoding; // one that can't be read counts as absent
+    to_lower_in_place(value.value_in(encoding, utf8));
     return encoding;
+}
+
+// `parse(value, raw)` answers whether the field could be read.
+template <typename parse_function>
+bool part::read_attachment_info(message2::attachment_info& info, const parse_function& parse) const {
+    header_type::parametized_value_type value;
+    if (const auto raw = find_header("Content-Type")) {
+        // The type in force, and not the one that stands in the field: a message attached as a file has become one.
+        info.is_attachment = iequals(content_.content_type, "message/rfc822");
+        if (may_have_name(*raw)) {
+            if (!parse(value, *raw)) return false;
+            value.get_parameter("name", info.filename);
+        }
+    }
+    if (const auto raw = find_header("Content-Disposition")) {
+        if (!parse(value, *raw)) return false;
+        info.is_attachment = iequals(value.value(), u"attachment");
+        value.get_parameter("filename", info.filename);
+    }
+    return true;
 }
 
 attachment_info part::attachment_info() const {
     message2::attachment_info info;
-    header_type::parametized_value_type value;
-    if (get_header("Content-Type", value)) {
-        // The type in force, and not the one that stands in the field: a message attached as a file has become one.
-        info.is_attachment = iequals(content_.content_type, "message/rfc822");
-        value.get_parameter("name", info.filename);
-    }
-    if (get_header("Content-Disposition", value)) {
-        info.is_attachment = iequals(value.value(), u"attachment");
-        value.get_parameter("filename", info.filename);
-    }
+    read_attachment_info(info, [](auto& value, string_view raw) {
+        value.parse(raw);
+        return true;
+    });
     return info;
+}
+
+bool part::try_attachment_info(message2::attachment_info& info) const {
+    info = {};
+    if (read_attachment_info(info, [](auto& value, string_view raw) { return value.try_parse(raw); })) return true;
+    info = {};
+    return false;
 }
 
 // Type, charset and boundary of the model follow each Content-Type field, so that the last of several is in force.

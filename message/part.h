@@ -6,6 +6,7 @@
 
 #include <list>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace tackle::internet::message2 {
@@ -31,8 +32,10 @@ struct attachment_info {
 // end of the message, missing headers have defaults, CR and LF and both pairs of them end a line, a NUL is a byte like
 // any other, lines have no limit. What stands before the first delimiter is the part's own data, what stands behind the
 // closing line is dropped. Uuencoded files in a text become children, and so does a message attached as an .eml file.
-// Parsing takes time in proportion to the message and recurses only from depth to depth. The exception are messages
-// attached to each other as .eml files that have a boundary or damaged escapes: they are walked once a level.
+// Parsing takes time in proportion to the message at every depth, and recurses only from depth to depth. A message
+// attached as an .eml file whose body decodes to other lines than its own is one more text by its decoded size: base64
+// shrinks a chain of those by a quarter a link, but quoted-printable can hold an escape that is one again after each
+// decoding, and then 64 links are 64 texts of nearly the whole size.
 //
 // Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type that can't be decoded
 // unicode::generic or coding::translate::invalid_codeword. Nothing else in a message makes it fail: an unreadable
@@ -99,6 +102,9 @@ public:
     // since its header was read; a Content-Disposition overrules that either way. Throws unicode::generic or
     // coding::translate::generic for a field that can't be read.
     [[nodiscard]] message2::attachment_info attachment_info() const;
+    // The same for whoever asks many parts: false where attachment_info throws, save for std::bad_alloc. `info` then says
+    // that there is no attachment and no name.
+    [[nodiscard]] bool try_attachment_info(message2::attachment_info& info) const;
 
     // Appends to `out` this part and those below it whose type starts with `type_prefix` (case ignored), breadth
     // first. With `skip_nested` a part of the type "message/rfc822" is passed over with all below it, also this one.
@@ -125,6 +131,9 @@ private:
     struct bare {};
     explicit part(bare) noexcept {}
 
+    [[nodiscard]] std::optional<string_view> find_header(string_view name) const;
+    template <typename parse_function>
+    bool read_attachment_info(message2::attachment_info& info, const parse_function& parse) const;
     void apply_content_type(string_view raw);
     std::uint32_t number_from(std::uint32_t first) noexcept; // this part and all below; returns the next number
 

@@ -1,6 +1,4 @@
-#include "foundation/coding.h"
 #include "foundation/strings.h"
-#include "foundation/unicode.h"
 #include "message/part.h"
 
 namespace tackle::internet::message2 {
@@ -33,13 +31,8 @@ void find(node& root, std::vector<node*>& out, bool skip_nested, string_view typ
 
 // A field that can't be read says nothing, and what is no attachment by then is shown.
 bool is_shown_inline(const part& candidate) {
-    try {
-        return !candidate.attachment_info().is_attachment;
-    } catch (const unicode::generic&) {
-        return true;
-    } catch (const coding::translate::generic&) {
-        return true;
-    }
+    attachment_info info;
+    return !candidate.try_attachment_info(info) || !info.is_attachment;
 }
 
 // The best text at or below a part.

@@ -1,6 +1,5 @@
 #include "message/tree_loader.h"
 
-#include "foundation/coding.h"
 #include "foundation/strings.h"
 #include "foundation/unicode.h"
 #include "message/body.h"
@@ -34,11 +33,9 @@ string_view type_of_file(wstring_view name) {
 // The name of a uuencoded file. Whatever keeps the charset from reading it, it is then taken byte for byte: a name is
 // no reason to lose a file.
 wstring name_of_file(string_view name, string_view charset) {
-    try {
-        return unicode::to_wide(name, unicode::code_page_of(charset));
-    } catch (const unicode::generic&) {
-        return unicode::to_wide(name, unicode::raw_code_page);
-    }
+    wstring wide;
+    if (unicode::try_to_wide(name, unicode::code_page_of(charset), wide)) return wide;
+    return unicode::to_wide(name, unicode::raw_code_page);
 }
 
 } // namespace
@@ -62,7 +59,7 @@ void tree_loader::load(part& root, string_view message, unsigned depth, const re
     attached_messages found;
     std::exception_ptr failure;
     try {
-        tree_walk({message}, depth, found).run(root);
+        tree_walk(message, depth, found).run(root);
     } catch (const exception&) {
         failure = std::current_exception();
     }
@@ -162,13 +159,8 @@ void tree_loader::split_off_text(part& node) {
 
 bool tree_loader::is_attached_message(const part& node) {
     if (node.content_.content_type != "application/octet-stream") return false;
-    try {
-        return to_lower(node.attachment_info().filename).ends_with(u".eml");
-    } catch (const unicode::generic&) {
-        return false; // a name that can't be read counts as none
-    } catch (const coding::translate::generic&) {
-        return false;
-    }
+    attachment_info info;
+    return node.try_attachment_info(info) && to_lower(info.filename).ends_with(u".eml");
 }
 
 // Turns a part that is an attached message into one that has it as child.

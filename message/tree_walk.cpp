@@ -1,6 +1,7 @@
 #include "message/tree_walk.h"
 
 #include "foundation/line_scanner.h"
+#include "message/body.h"
 #include "message/header_section.h"
 
 #include <algorithm>
@@ -8,9 +9,8 @@
 
 namespace tackle::internet::message2 {
 
-tree_walk::tree_walk(const source& from, unsigned depth, tree_loader::attached_messages& found)
-    : text_(from.text), has_no_files_(from.has_no_files), end_(from.text.size() + 1 + from.empty_lines), depth_(depth),
-      found_(found) {}
+tree_walk::tree_walk(string_view text, unsigned depth, tree_loader::attached_messages& found)
+    : text_(text), end_(text.size() + 1), depth_(depth), found_(found) {}
 
 // Where the line ends that begins at `line`, and where the next one begins. Behind the text each position is an empty
 // line.
@@ -22,12 +22,10 @@ std::size_t tree_walk::line_behind(std::size_t line_end) const {
     return line_end < text_.size() ? skip_line_end(text_, line_end) : line_end + 1;
 }
 
-line_stretch tree_walk::stretch(std::size_t first, std::size_t last) const {
+line_stretch tree_walk::stretch(std::size_t first, std::size_t last, std::size_t empty_lines) const {
     const std::size_t size = text_.size();
     const std::size_t from = std::min(first, size);
-    const std::size_t behind = std::max(first, size + 1);
-    return {text_.substr(from, std::min(last, size) - from), first <= size && last > size,
-            last > behind ? last - behind : 0};
+    return {text_.substr(from, std::min(last, size) - from), first <= size && last > size, empty_lines};
 }
 
 tree_walk::cut tree_walk::end_of_text() const { return {end_, end_, 0, false, true}; }
@@ -40,14 +38,15 @@ bool tree_walk::find_cut(std::size_t line, std::size_t line_end, cut& found) con
     return true;
 }
 
-// Only lines of dashes are looked at, and none if no boundary is open.
+// Only lines that begin like a delimiter are looked at, and none if no boundary is open.
 tree_walk::cut tree_walk::next_cut() const {
     cut found = end_of_text();
     if (delimiters_.empty()) return found;
-    for (std::size_t line = find_line_with(text_, position_, '-'); line < text_.size();) {
+    const auto next_line = [&](std::size_t from) { return find_dashed_line(text_, from, delimiters_.first_bytes()); };
+    for (std::size_t line = next_line(position_); line < text_.size();) {
         const std::size_t line_end = find_line_end(text_, line);
         if (find_cut(line, line_end, found)) break;
-        line = find_line_with(text_, line_end, '-');
+        line = next_line(line_end);
     }
     return found;
 }
@@ -71,11 +70,12 @@ bool tree_walk::walk_headers(cut& found) {
         if (begins_field(text_[line])) ++fields;
         line = line_behind(line_end);
     }
-    tree_loader::read_headers(*open_.back().node, stretch(first, line).bytes, fields);
+    tree_loader::read_headers(*open_.back().node, stretch(first, line, 0).bytes, fields);
     return is_cut;
 }
 
-void tree_walk::begin_body() {
+// True if a child begins with the body of the innermost part.
+bool tree_walk::begin_body() {
     open_part& top = open_.back();
     const std::size_t depth = open_.size() - 1;
     // The boundary of this moment: storing the body may give the part another one.
@@ -83,54 +83,91 @@ void tree_walk::begin_body() {
     top.body = position_;
     if (top.node->content_type() != "message/rfc822") {
         top.where = open_part::state::in_own_body;
-        return;
+        top.is_attached_message = tree_loader::is_attached_message(*top.node);
+        return false;
     }
     top.where = open_part::state::among_children;
     open_child(depth);
+    return true;
+}
+
+// Finds the end of the innermost part's own body. False if a child has begun with it instead, as the part is a message
+// attached in lines that decode to themselves.
+bool tree_walk::walk_own_body(cut& found) {
+    const open_part& top = open_.back();
+    const string encoding = top.is_attached_message ? top.node->transfer_encoding() : string();
+    if (!top.is_attached_message || encoding == "base64") {
+        found = next_cut();
+        return true;
+    }
+    const bool quoted = encoding == "quoted-printable";
+    if (!(quoted ? top.no_escapes : top.no_files)) {
+        found = next_cut();
+        const line_stretch body = stretch(top.body, found.line, 0);
+        if (quoted ? has_quoted_printable_escape(body) : tree_loader::has_uuencoded_file(body)) return true;
+    }
+    open_attached_message(top.no_files || !quoted, top.no_escapes || quoted);
+    return false;
 }
 
 void tree_walk::open_child(std::size_t owner) {
     if (depth_ + owner >= part::deepest) throw depth_limit("MIME tree depth exceeded");
-    open_.push_back({&tree_loader::add_child(*open_[owner].node)});
+    open_part child = {&tree_loader::add_child(*open_[owner].node)};
+    child.no_files = open_[owner].no_files;
+    child.no_escapes = open_[owner].no_escapes;
+    child.links = open_[owner].links;
+    open_.push_back(child);
 }
 
-void tree_walk::finish_own_body(open_part& owner, std::size_t depth, std::size_t last) {
+void tree_walk::open_attached_message(bool no_files, bool no_escapes) {
+    const std::size_t depth = open_.size() - 1;
+    open_part& top = open_.back();
+    top.where = open_part::state::among_children;
+    open_part message = {tree_loader::make_nested(*top.node, depth_ + static_cast<unsigned>(depth))};
+    message.no_files = no_files;
+    message.no_escapes = no_escapes;
+    message.links = top.links + 1;
+    open_.push_back(message);
+}
+
+void tree_walk::finish_own_body(open_part& owner, std::size_t depth, const line_stretch& body) {
     part& node = *owner.node;
-    const line_stretch body = stretch(owner.body, last);
-    const unsigned part_depth = depth_ + static_cast<unsigned>(depth);
     owner.where = open_part::state::among_children;
-    const bool is_message = tree_loader::is_attached_message(node);
-    if (is_message && walk_in_place(node, body, part_depth)) return;
-    tree_loader::store_body(node, body, has_no_files_);
+    tree_loader::store_body(node, body, owner.no_files);
     // A text with a uuencoded file in it is another type by now.
-    if (is_message && tree_loader::is_attached_message(node))
-        found_.push_back(
-            {tree_loader::make_nested(node, part_depth), std::exchange(node.content().data, {}), part_depth + 1});
+    if (!owner.is_attached_message || !tree_loader::is_attached_message(node)) return;
+    const unsigned part_depth = depth_ + static_cast<unsigned>(depth);
+    found_.push_back(
+        {tree_loader::make_nested(node, part_depth), std::exchange(node.content().data, {}), part_depth + 1});
 }
 
-// A message attached without encoding is walked where it stands: to copy a chain of them link by link would cost its
-// size once for each link. The copy would have the same lines, and an empty one behind the last.
-bool tree_walk::walk_in_place(part& node, const line_stretch& body, unsigned depth) {
-    bool has_no_files = has_no_files_;
-    const string encoding = node.transfer_encoding();
-    if (encoding == "base64") return false;
-    if (encoding == "quoted-printable") {
-        if (body.bytes.find('=') != string_view::npos) return false;
-    } else {
-        if (!has_no_files && tree_loader::has_uuencoded_file(body)) return false;
-        has_no_files = true;
+// The empty lines behind attached messages that end at `last` may end the headers of the innermost part, and begin
+// bodies. Returns how many of them are left for its body.
+std::size_t tree_walk::finish_headers(std::size_t last, std::size_t empty_lines) {
+    position_ = last;
+    while (empty_lines > 0 && open_.back().where == open_part::state::in_headers) {
+        --empty_lines;
+        if (!begin_body()) {
+            const open_part& top = open_.back();
+            if (!top.is_attached_message || top.node->transfer_encoding() == "base64") break;
+            open_attached_message(top.no_files, top.no_escapes);
+            ++empty_lines;
+        }
+        tree_loader::read_headers(*open_.back().node, {}, 0);
     }
-    part& message = *tree_loader::make_nested(node, depth);
-    tree_walk({body.bytes, body.empty_lines + (body.open ? 1 : 0), has_no_files}, depth + 1, found_).run(message);
-    return true;
+    return empty_lines;
 }
 
-// Ends all parts on the stack at and above `first`, the innermost one first.
+// Ends all parts on the stack at and above `first`, the innermost one first: it alone has lines of its own.
 void tree_walk::finish_from(std::size_t first, std::size_t last) {
+    if (open_.size() <= first) return;
+    std::size_t empty_lines = open_.back().links - (first == 0 ? 0 : open_[first - 1].links);
+    empty_lines = finish_headers(last, empty_lines);
     while (open_.size() > first) {
         const std::size_t depth = open_.size() - 1;
         open_part& top = open_.back();
-        if (top.where == open_part::state::in_own_body) finish_own_body(top, depth, last);
+        if (top.where == open_part::state::in_own_body)
+            finish_own_body(top, depth, stretch(top.body, last, empty_lines));
         if (!top.node->boundary().empty()) delimiters_.remove(depth);
         open_.pop_back();
     }
@@ -145,7 +182,8 @@ bool tree_walk::apply_cut(cut at) {
         }
         finish_from(at.owner + 1, at.line);
         open_part& owner = open_[at.owner];
-        if (owner.where == open_part::state::in_own_body) finish_own_body(owner, at.owner, at.line);
+        if (owner.where == open_part::state::in_own_body)
+            finish_own_body(owner, at.owner, stretch(owner.body, at.line, 0));
         position_ = at.next_line;
         if (!at.closing) {
             open_child(at.owner);
@@ -159,11 +197,8 @@ bool tree_walk::apply_cut(cut at) {
 void tree_walk::run(part& root) {
     open_.push_back({&root});
     for (cut at = end_of_text();;) {
-        if (!walk_headers(at)) {
-            begin_body();
-            if (open_.back().where == open_part::state::in_headers) continue; // a child has begun at once
-            at = next_cut();
-        }
+        // A child that begins with a body goes on with its headers.
+        if (!walk_headers(at) && (begin_body() || !walk_own_body(at))) continue;
         if (!apply_cut(at)) return;
     }
 }

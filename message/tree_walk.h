@@ -9,22 +9,20 @@
 namespace tackle::internet::message2 {
 
 // One walk over a message that makes its tree. All parts that are open at a line stand on a stack, and the line is
-// compared with all their boundaries at once, so that the depth of a part does not cost its lines anything. A message
-// attached without encoding is walked once more, but neither copied nor searched for files again.
+// compared with all their boundaries at once, so that the depth of a part does not cost its lines anything.
 //
 // The rules, per part: its headers run to an empty line. What follows, up to its delimiter or closing line, is its own
 // body, or its first child if it is a "message/rfc822". Each stretch from there to the next such line is a child. The
 // closing line ends the part, and what stands behind it is dropped. A part that an outer delimiter cuts ends there,
 // within its headers too; the outer parts see a line first.
+//
+// A message attached as a file in a body that decodes to its own lines is such a first child too, but for one thing:
+// each line of the decoded text has an end, so that an empty line follows it. To know that a body decodes to itself
+// takes a look ahead over all of it, which the messages attached within it then need not repeat.
 class tree_walk {
 public:
-    struct source {
-        string_view text;
-        std::size_t empty_lines = 0; // that follow the text
-        bool has_no_files = false;   // no uuencoded file is in it, as is known already
-    };
     // `depth` is that of the root. Text and list outlive the walk.
-    tree_walk(const source& from, unsigned depth, tree_loader::attached_messages& found);
+    tree_walk(string_view text, unsigned depth, tree_loader::attached_messages& found);
 
     // Throws as the constructors of part, and leaves what it made so far in the tree.
     void run(part& root);
@@ -39,6 +37,11 @@ private:
             among_children,
             closed,
         } where = state::in_headers;
+        bool is_attached_message = false; // known from its own body on
+        // What is known to be nowhere in its lines.
+        bool no_files = false;
+        bool no_escapes = false;
+        std::size_t links = 0; // attached messages walked in place, from the root to this part
         std::size_t body = 0;
     };
     // A line that ends all parts inside its owner, or the end of the text, which ends all parts.
@@ -52,20 +55,21 @@ private:
 
     [[nodiscard]] std::size_t end_of_line(std::size_t line) const;
     [[nodiscard]] std::size_t line_behind(std::size_t line_end) const;
-    [[nodiscard]] line_stretch stretch(std::size_t first, std::size_t last) const;
+    [[nodiscard]] line_stretch stretch(std::size_t first, std::size_t last, std::size_t empty_lines) const;
     [[nodiscard]] cut end_of_text() const;
     bool find_cut(std::size_t line, std::size_t line_end, cut& found) const;
     [[nodiscard]] cut next_cut() const;
     bool walk_headers(cut& found);
-    void begin_body();
+    bool begin_body();
+    bool walk_own_body(cut& found);
     void open_child(std::size_t owner);
-    void finish_own_body(open_part& owner, std::size_t depth, std::size_t last);
-    bool walk_in_place(part& node, const line_stretch& body, unsigned depth);
+    void open_attached_message(bool no_files, bool no_escapes);
+    void finish_own_body(open_part& owner, std::size_t depth, const line_stretch& body);
+    std::size_t finish_headers(std::size_t last, std::size_t empty_lines);
     void finish_from(std::size_t first, std::size_t last);
     bool apply_cut(cut at);
 
     string_view text_;
-    bool has_no_files_;
     std::size_t end_; // behind the last line: beyond the size, since the last line may be empty
     std::size_t position_ = 0;
     unsigned depth_;

@@ -11,7 +11,7 @@ bool keeps_ascii(std::uint32_t code_page) {
 
 void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
     if (keeps_ascii(code_page) && is_ascii(text)) {
-        out.append(text.begin(), text.end());
+        unicode::append_raw(text, out);
     } else {
         out += unicode::to_wide(text, code_page);
     }
@@ -19,7 +19,7 @@ void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
 
 bool try_append_wide(string_view text, std::uint32_t code_page, wstring& out) {
     if (keeps_ascii(code_page) && is_ascii(text)) {
-        out.append(text.begin(), text.end());
+        unicode::append_raw(text, out);
         return true;
     }
     wstring wide;

@@ -4,14 +4,29 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 // Conversions as in foundation/unicode.h, for header texts: most of them are ASCII in a code page that has it, and need
 // no converter.
 namespace tackle::internet::message2::header_type {
 
+// Looks at several units at once, and to the end: most texts are ASCII.
 template <typename view>
 [[nodiscard]] bool is_ascii(view text) {
-    return std::all_of(text.begin(), text.end(), [](auto unit) { return (unit & ~0x7F) == 0; });
+    using word = std::uint64_t;
+    constexpr std::size_t unit_size = sizeof(typename view::value_type);
+    constexpr std::size_t at_once = sizeof(word) / unit_size;
+    constexpr word beyond = unit_size == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
+    word all = 0;
+    std::size_t i = 0;
+    for (; i + at_once <= text.size(); i += at_once) {
+        word next;
+        std::memcpy(&next, text.data() + i, sizeof next);
+        all |= next;
+    }
+    if ((all & beyond) != 0) return false;
+    return std::all_of(text.begin() + static_cast<std::ptrdiff_t>(i), text.end(),
+                       [](auto unit) { return (unit & ~0x7F) == 0; });
 }
 
 // Whether each byte below 0x80 is the unit of the same value, for certain and on every target.

@@ -5,6 +5,7 @@
 #include "message/header_type/ascii_text.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tackle::internet::message2::header_type {
 
@@ -13,22 +14,21 @@ void generic_value_type::set_charset(string_view charset) {
     code_page_ = unicode::code_page_of(charset);
 }
 
+bool generic_value_type::is_plain(string_view raw) const {
+    return raw.find("=?") == string_view::npos && keeps_ascii(code_page_) && is_ascii(raw);
+}
+
 wstring generic_value_type::decode_words(string_view raw, last_blanks blanks) {
     wstring out;
-    decode_pieces(raw, blanks, out, unreadable::raises);
+    decode_words(raw, blanks, out, unreadable::raises);
     return out;
 }
 
-bool generic_value_type::try_decode_words(string_view raw, last_blanks blanks, wstring& out) {
-    out.clear();
-    return decode_pieces(raw, blanks, out, unreadable::fails);
-}
-
-bool generic_value_type::decode_pieces(string_view raw, last_blanks blanks, wstring& out, unreadable how) {
+bool generic_value_type::decode_words(string_view raw, last_blanks blanks, wstring& out, unreadable how) {
     if (blanks == last_blanks::drop) raw = raw.substr(0, raw.find_last_not_of(' ') + 1);
-    out.reserve(raw.size());
-    if (raw.find("=?") == string_view::npos && keeps_ascii(code_page_) && is_ascii(raw)) {
-        out.append(raw.begin(), raw.end());
+    out.reserve(out.size() + raw.size());
+    if (is_plain(raw)) {
+        unicode::append_raw(raw, out);
         return true;
     }
     bool word_before = false;
@@ -56,9 +56,11 @@ bool generic_value_type::decode_pieces(string_view raw, last_blanks blanks, wstr
 // either side stands for itself, byte for byte.
 generic_value_type::piece_kind generic_value_type::decode_piece(string_view piece, wstring& out, unreadable how) {
     const auto append = [&](string_view text, piece_kind kind) {
-        if (how == unreadable::fails) return try_append_wide(text, code_page_, out) ? kind : piece_kind::unreadable;
-        append_wide(text, code_page_, out);
-        return kind;
+        if (how == unreadable::raises) {
+            append_wide(text, code_page_, out);
+            return kind;
+        }
+        return try_append_wide(text, code_page_, out) ? kind : piece_kind::unreadable;
     };
     const std::size_t open = piece.find("=?");
     const std::size_t close = piece.rfind("?=");
@@ -77,7 +79,12 @@ generic_value_type::piece_kind generic_value_type::decode_piece(string_view piec
     string text(word.substr(encoding_end + 1, text_end - encoding_end - 1));
     if (encoding == "Q" || encoding == "q") {
         std::replace(text.begin(), text.end(), '_', ' ');
-        text = coding::translate::quoted_printable_decode(text);
+        const string encoded = std::exchange(text, {});
+        if (how != unreadable::fails) {
+            text = coding::translate::quoted_printable_decode(encoded);
+        } else if (!coding::translate::try_quoted_printable_decode(encoded, text)) {
+            return piece_kind::unreadable;
+        }
     } else if (encoding == "B" || encoding == "b") {
         text = coding::translate::base64_decode(text, false);
     } else {

@@ -33,21 +33,24 @@ protected:
 
     void set_charset(string_view charset);
 
+    // Whether a raw value has nothing to decode: each of its bytes is the unit of the same value.
+    [[nodiscard]] bool is_plain(string_view raw) const;
+
     enum class last_blanks { drop, keep };
     // The text of a raw value with its encoded words decoded. White space between two of them disappears, any other is
     // kept to the blank; that at the very end goes by `blanks`.
     [[nodiscard]] wstring decode_words(string_view raw, last_blanks blanks);
-    // The same, but false instead of unicode::generic: a list can hold a million entries that can't be read, and each
-    // exception costs as much as hundreds of bytes. `out` then holds part of the text.
-    [[nodiscard]] bool try_decode_words(string_view raw, last_blanks blanks, wstring& out);
+    // What becomes of text that can't be read: it throws, or makes the result false. A message can hold hundreds of
+    // thousands of unreadable fields, and each exception costs as much as thousands of bytes.
+    enum class unreadable { raises, fails_by_charset, fails };
+    // Appends the text as above. With `fails` it throws nothing but std::bad_alloc; `out` then holds part of the text.
+    bool decode_words(string_view raw, last_blanks blanks, wstring& out, unreadable how);
     // The text for a message: itself if it is ASCII, else one encoded word of whatever length, the shorter of "Q" and
     // "B".
     [[nodiscard]] string encode_word(wstring_view text) const;
 
 private:
-    enum class unreadable { raises, fails };
     enum class piece_kind { plain, word, unreadable };
-    bool decode_pieces(string_view raw, last_blanks blanks, wstring& out, unreadable how);
     piece_kind decode_piece(string_view piece, wstring& out, unreadable how);
 
     string charset_ = "iso-8859-1";

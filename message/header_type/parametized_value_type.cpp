@@ -35,14 +35,20 @@ string parametized_value_type::render() const {
     return out;
 }
 
-void parametized_value_type::parse(string_view raw) {
+void parametized_value_type::parse(string_view raw) { read(raw, unreadable::raises); }
+
+bool parametized_value_type::try_parse(string_view raw) { return read(raw, unreadable::fails); }
+
+bool parametized_value_type::read(string_view raw, unreadable how) {
     value_.clear();
     parameters_.clear();
     token_reader tokens(raw, ";,", true);
     string token;
-    if (!tokens.next(token)) return;
+    if (!tokens.next(token)) return true;
     // The blank between a value and its semicolon is kept: a type written that way is no known type.
-    value_ = decode_words(token, last_blanks::keep);
+    wstring text;
+    if (!decode_words(token, last_blanks::keep, text, how)) return false;
+    value_ = text;
     string name;
     string value;
     string more;
@@ -51,8 +57,11 @@ void parametized_value_type::parse(string_view raw) {
         if (!pieces.next(name)) continue;
         const bool has_value = pieces.next(value);
         if (has_value && pieces.next(more)) continue;
-        parameters_.add(name, has_value ? decode_words(value, last_blanks::drop) : wstring());
+        text.clear();
+        if (has_value && !decode_words(value, last_blanks::drop, text, how)) return false;
+        parameters_.add(name, text);
     }
+    return true;
 }
 
 bool parametized_value_type::get_parameter(string_view name, wstring& out) const {

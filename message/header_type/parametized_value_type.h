@@ -23,6 +23,8 @@ public:
 
     [[nodiscard]] string render() const override;
     void parse(string_view raw) override;
+    // As that of unstructured_value_type.
+    [[nodiscard]] bool try_parse(string_view raw);
 
     // In the order of the value, duplicates too; good until the object is changed.
     [[nodiscard]] const parameter_list& parameters() const noexcept { return parameters_; }
@@ -41,6 +43,8 @@ public:
     void remove_parameter(string_view name);
 
 private:
+    bool read(string_view raw, unreadable how);
+
     parameter_list parameters_;
 };
 

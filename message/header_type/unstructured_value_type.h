@@ -12,6 +12,9 @@ public:
 
     [[nodiscard]] string render() const override;
     void parse(string_view raw) override;
+    // The same for a field that is likely unreadable: false where parse throws, save for std::bad_alloc. The value then
+    // is what parse leaves.
+    [[nodiscard]] bool try_parse(string_view raw);
 
     [[nodiscard]] virtual const wstring& value() const { return value_; }
     // Writes the value in the code page into `out` and returns that. Throws unicode::generic if it does not fit; `out`
