@@ -63,25 +63,6 @@ constexpr auto small_numbers = [] {
     return texts;
 }();
 
-void append_ascii(string_view text, wstring& out) {
-    using bytes = std::uint8_t __attribute__((vector_size(8)));
-    using units = std::uint16_t __attribute__((vector_size(16)));
-    const auto before = out.size();
-    out.resize(before + text.size());
-    char16_t* const to = out.data() + before;
-    const char* const from = text.data();
-    std::size_t i = 0;
-    for (; text.size() - i >= sizeof(bytes);
-         i += sizeof(bytes)) { // a structure is long, and often longer than its text
-        bytes narrow;
-        std::memcpy(&narrow, from + i, sizeof narrow);
-        const auto wide = __builtin_convertvector(narrow, units);
-        std::memcpy(to + i, &wide, sizeof wide);
-    }
-    for (; i < text.size(); ++i)
-        to[i] = static_cast<char16_t>(from[i]);
-}
-
 // The pattern of a text with and without its rare words. The words that occur more often than a threshold keep their
 // order of first appearance when the others drop out, so their numbers are found without looking at the text.
 class structure {
@@ -196,7 +177,7 @@ void generate_structure_signatures(const folded_token_list& folded, signature_li
         auto& details = signatures.back().details;
         details.reserve(printed.size() + 64);
         tackle::append_format(details, u"Tokens: %i, Unique: %i, Structure: ", used, unique);
-        append_ascii(printed, details);
+        tackle::unicode::append_raw(printed, details);
     }
 }
 

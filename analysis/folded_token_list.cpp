@@ -64,9 +64,10 @@ std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-void append_set(std::uint64_t set, char16_t first, tackle::wstring& out) {
+char16_t* write_set(std::uint64_t set, char16_t first, char16_t* to) {
     for (; set != 0; set &= set - 1)
-        out += static_cast<char16_t>(first + std::countr_zero(set));
+        *to++ = static_cast<char16_t>(first + std::countr_zero(set));
+    return to;
 }
 
 } // namespace
@@ -95,8 +96,9 @@ void folded_token_list::append(wstring_view token) {
 
 void folded_token_list::append_letters(std::size_t index, tackle::wstring& out) const {
     const auto& set = words_[tokens_[index]];
-    append_set(set.low, u'\0', out);
-    append_set(set.high, u'@', out);
+    char16_t letters[ascii_letters.size()];
+    const char16_t* const end = write_set(set.high, u'@', write_set(set.low, u'\0', letters));
+    out.append(letters, static_cast<std::size_t>(end - letters));
     out.append(letters_, set.begin, set.others);
 }
 
@@ -143,10 +145,12 @@ std::uint32_t folded_token_list::number_of(std::uint64_t low, std::uint64_t high
         if (known.others == 0 || letters_.compare(known.begin, known.others, others_) == 0) return slots_[slot] - 1;
     }
 
-    const auto length = static_cast<std::size_t>(std::popcount(low) + std::popcount(high)) + others_.size();
+    // Few words have digits or signs; and without an instruction for it, to count bits is a call.
+    const auto low_count = low == 0 ? 0 : std::popcount(low);
+    const auto length = static_cast<std::size_t>(low_count + std::popcount(high)) + others_.size();
     words_.push_back({low, high, hash, static_cast<std::uint32_t>(length), static_cast<std::uint32_t>(letters_.size()),
                       static_cast<std::uint32_t>(others_.size())});
-    letters_ += others_;
+    if (!others_.empty()) letters_ += others_;
     slots_[slot] = static_cast<std::uint32_t>(words_.size());
     return slots_[slot] - 1;
 }

@@ -24,11 +24,14 @@ constexpr range not_public[] = {
 
 bool ends_sender(string_view piece) {
     constexpr string_view words[] = {"by", "via", "with", "id", "for"};
-    return std::ranges::any_of(words, [piece](string_view word) { return tackle::iequals(piece, word); });
+    constexpr std::size_t longest = 4;
+    return piece.size() <= longest &&
+           std::ranges::any_of(words, [piece](string_view word) { return tackle::iequals(piece, word); });
 }
 
 bool looks_dotted(string_view piece) {
-    return piece.size() >= 7 && piece.size() <= 15 && std::ranges::count(piece, '.') == 3 &&
+    const auto may_begin = [](char c) { return c == '.' || (c >= '0' && c <= '9'); };
+    return piece.size() >= 7 && piece.size() <= 15 && may_begin(piece.front()) && std::ranges::count(piece, '.') == 3 &&
            piece.find_first_not_of(".0123456789") == string_view::npos;
 }
 
@@ -71,10 +74,10 @@ bool public_address(std::uint32_t address) noexcept {
 }
 
 std::optional<ip4> received_address(string_view raw_value) {
-    constexpr string_view separators = " ()[]";
+    const auto separates = [](char c) { return c == ' ' || c == '(' || c == ')' || c == '[' || c == ']'; };
     string_view candidate;
     while (!raw_value.empty()) {
-        const auto length = std::min(raw_value.find_first_of(separators), raw_value.size());
+        const auto length = static_cast<std::size_t>(std::ranges::find_if(raw_value, separates) - raw_value.begin());
         const auto piece = raw_value.substr(0, length);
         if (ends_sender(piece)) break;
         if (looks_dotted(piece)) candidate = piece;

@@ -1,6 +1,5 @@
 #include "analysis/parts_list.h"
 
-#include "analysis/if_readable.h"
 #include "foundation/unicode.h"
 
 namespace brimwarden::analysis {
@@ -11,9 +10,8 @@ using tackle::internet::message2::part;
 namespace {
 
 wstring file_name(const part& node) {
-    wstring name;
-    if_readable([&] { name = node.attachment_info().filename; });
-    return name;
+    tackle::internet::message2::attachment_info info;
+    return node.try_attachment_info(info) ? info.filename : wstring();
 }
 
 // As deep as the tree, which the loader bounds.

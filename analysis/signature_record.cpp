@@ -13,9 +13,16 @@ tackle::wstring widen(const tackle::string& text) { return {text.begin(), text.e
 } // namespace
 
 tackle::wstring digest_text(tackle::string_view bytes) {
-    return widen(tackle::coding::md5_base64(tackle::coding::md5_digest(bytes)));
+    tackle::coding::md5 hash;
+    hash.update(bytes);
+    char digest[tackle::coding::md5::digest_size];
+    hash.finish(digest);
+    return widen(tackle::coding::md5_base64({digest, sizeof digest}));
 }
 
-tackle::wstring digit_string(std::uint64_t number) { return widen(tackle::coding::translate::base64_encode(number)); }
+tackle::wstring digit_string(std::uint64_t number) {
+    const auto digits = tackle::coding::translate::base64_encode(number);
+    return {digits.begin(), digits.end()};
+}
 
 } // namespace brimwarden::analysis

@@ -23,9 +23,8 @@ enum class token_mode : std::uint8_t {
 using enum token_mode;
 
 // Makes every control and white-space unit of `text` a blank and all others lower-case, each at its place: A to Z and
-// everything from U+0100 up, while accented capitals of Latin-1 stay. `compact_text` is replaced by the same without
-// the blanks so made.
-void normalise_text(tackle::wstring& text, tackle::wstring& compact_text);
+// everything from U+0100 up, while accented capitals of Latin-1 stay.
+void normalise_text(tackle::wstring& text);
 
 // Appends the words of a normalised text. Words behind "http:" or "https:" are none, up to the next white space; in
 // word_mode the scheme itself is one.
@@ -41,8 +40,8 @@ void fold_tokens(const token_list& tokens, folded_token_list& folded);
 void check_address_customization(const tackle::internet::message2::part& root, token_list& tokens,
                                  test_result_list& test_results);
 
-// Looks for the redirection of a search engine and for the test text of spam filters. A compact text of more than 1024
-// units is neither.
-void check_diagnostics(tackle::wstring_view compact_text, test_result_list& test_results);
+// Looks for the redirection of a search engine and for the test text of spam filters in a normalised text, its blanks
+// left out. One of more than 1024 units without them is neither.
+void check_diagnostics(tackle::wstring_view text, test_result_list& test_results);
 
 } // namespace brimwarden::analysis

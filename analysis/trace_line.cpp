@@ -2,13 +2,8 @@
 
 namespace brimwarden::analysis {
 
-void trace_list::append(std::uint32_t indent, tackle::wstring_view text) {
-    text_ += text;
-    ends_.push_back({text_.size(), indent});
-}
-
 void trace_list::open_block(tackle::wstring_view heading) {
-    append(0, {});
+    append(0, u"");
     append(0, heading);
 }
 

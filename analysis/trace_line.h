@@ -22,8 +22,12 @@ struct trace_line {
 // message with a million parts costs no million allocations.
 class trace_list {
 public:
-    // One line, even if the text holds line ends.
-    void append(std::uint32_t indent, tackle::wstring_view text);
+    // One line of all texts, one behind the other, even if they hold line ends.
+    template <typename... texts>
+    void append(std::uint32_t indent, const texts&... pieces) {
+        (text_.append(tackle::wstring_view(pieces)), ...);
+        ends_.push_back({text_.size(), indent});
+    }
     // The same, printed by the rules of tackle::format. No argument may be a view of this trace.
     template <typename... types>
     void append_format(std::uint32_t indent, const char16_t* fmt, const types&... values) {

@@ -11,7 +11,7 @@
 #include "platform/character_class.h"
 
 #include <algorithm>
-#include <optional>
+#include <vector>
 
 namespace brimwarden::analysis {
 
@@ -31,7 +31,11 @@ std::vector<wstring> file_names(const part& root) {
     std::vector<wstring> names;
     for (const auto* one : parts) {
         // A name that can't be read is none that a link could have.
-        if_readable([&] { names.push_back(tackle::to_lower(one->attachment_info().filename)); });
+        tackle::internet::message2::attachment_info info;
+        if (!one->try_attachment_info(info)) continue;
+        // A million parts without a name have one between them.
+        if (!info.filename.empty() || names.empty() || !names.back().empty())
+            names.push_back(tackle::to_lower(info.filename));
     }
     std::ranges::sort(names);
     return names;
@@ -85,32 +89,56 @@ void scan_text_for_uris(wstring_view text, uri_list& uris) {
 
 namespace {
 
-// The value that the words in front of a top-level domain spell, the first of which is "www".
-std::optional<wstring> spoken_value(const token_list& tokens, std::size_t domain) {
-    constexpr unsigned most_words = 2;
+// The value that the words from "www" to a top-level domain spell.
+wstring spoken_value(const token_list& tokens, std::size_t first, std::size_t domain) {
     wstring value(tokens[domain]);
-    unsigned words = 0;
-    for (auto i = domain; i-- > 0;) {
+    for (auto i = domain; i-- > first;) {
         if (tokens[i] == u"dot") continue;
-        const bool is_first = tokens[i] == u"www";
-        if (!is_first && ++words > most_words) return std::nullopt;
         value += u'.';
         value += tokens[i];
-        if (is_first) return value;
     }
-    return std::nullopt;
+    return value;
 }
 
 } // namespace
 
-void scan_spoken_uris(const token_list& tokens, uri_list& uris) {
-    for (auto i = tokens.size(); i-- > 0;) {
-        if (!is_top_level_domain(tokens[i])) continue;
-        if (const auto value = spoken_value(tokens, i)) uris.add_beside(*value);
+bool may_spell_uris(wstring_view text) {
+    constexpr wstring_view first_word = u"www";
+    const auto is_edge = [text](std::size_t at) { return at >= text.size() || text[at] == u' ' || text[at] == u'.'; };
+    // Every third unit is enough: no such word fits between two of them.
+    for (auto at = first_word.size() - 1; at < text.size(); at += first_word.size()) {
+        if (text[at] != u'w') continue;
+        for (auto begin = at + 1 - first_word.size(); begin <= at; ++begin) {
+            const bool edge_before = begin == 0 || is_edge(begin - 1);
+            if (edge_before && is_edge(begin + first_word.size()) && text.substr(begin).starts_with(first_word))
+                return true;
+        }
     }
+    return false;
+}
+
+void scan_spoken_uris(const token_list& tokens, uri_list& uris) {
+    constexpr unsigned most_words = 2; // between "www" and the domain
+    struct spoken {
+        std::size_t first;
+        std::size_t domain;
+    };
+    std::vector<spoken> found;
+    for (std::size_t first = 0; first < tokens.size(); ++first) {
+        if (tokens[first] != u"www") continue;
+        unsigned words = 0;
+        for (auto i = first + 1; i < tokens.size() && words <= most_words && tokens[i] != u"www"; ++i) {
+            if (is_top_level_domain(tokens[i])) found.push_back({first, i});
+            if (tokens[i] != u"dot") ++words;
+        }
+    }
+    // The last domain of the text comes first: which of two similar addresses stays depends on it.
+    for (auto one = found.rbegin(); one != found.rend(); ++one)
+        uris.add_beside(spoken_value(tokens, one->first, one->domain));
 }
 
 void drop_recipient_domain(const part& root, uri_list& uris) {
+    if (uris.empty()) return;
     tackle::internet::message2::header_type::addresses_value_type to;
     bool is_readable = false;
     if_readable([&] {

@@ -21,6 +21,10 @@ void scan_links(const tackle::internet::message2::part& root, const tackle::html
 // closed ends the scan.
 void scan_text_for_uris(tackle::wstring_view text, uri_list& uris);
 
+// Whether a normalised text has a "www" among its words of dot_mode, maybe in a link: false for most texts, and cheaper
+// than to cut such a text into words in which scan_spoken_uris finds nothing.
+[[nodiscard]] bool may_spell_uris(tackle::wstring_view text);
+
 // Addresses spelled out in words, "www dot example dot com", among words of dot_mode.
 void scan_spoken_uris(const token_list& tokens, uri_list& uris);
 

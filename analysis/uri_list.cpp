@@ -8,14 +8,17 @@ namespace brimwarden::analysis {
 using tackle::wstring;
 using tackle::wstring_view;
 
-void uri_list::add(wstring_view value, wstring details) {
+void uri_list::add(wstring_view value, wstring_view input) {
     auto behind = shortest_.upper_bound(value);
     if (begins_with_one(value, behind)) return;
     while (behind != shortest_.end() && behind->first.starts_with(value)) {
         behind->second->erased = true;
         behind = shortest_.erase(behind);
     }
-    append(value, std::move(details), behind);
+    constexpr wstring_view label = u"Input: \"";
+    auto& details = append(value, behind).details;
+    details.reserve(label.size() + input.size() + 1);
+    details.append(label).append(input).append(u"\"");
 }
 
 void uri_list::add_beside(wstring_view value) {
@@ -23,7 +26,7 @@ void uri_list::add_beside(wstring_view value) {
     if (begins_with_one(value, behind)) return;
     while (behind != shortest_.end() && behind->first.starts_with(value))
         behind = shortest_.erase(behind);
-    append(value, {}, behind);
+    append(value, behind);
 }
 
 void uri_list::erase(wstring_view prefix) {
@@ -46,10 +49,10 @@ bool uri_list::begins_with_one(wstring_view value, shortest_map::const_iterator 
     return behind != shortest_.begin() && value.starts_with(std::prev(behind)->first);
 }
 
-void uri_list::append(wstring_view value, wstring details, shortest_map::const_iterator behind) {
+signature_record& uri_list::append(wstring_view value, shortest_map::const_iterator behind) {
     auto& added = entries_.emplace_back(entry{signature_record(u"tru", wstring(value))});
-    added.record.details = std::move(details);
     shortest_.emplace_hint(behind, added.record.value, &added);
+    return added.record;
 }
 
 } // namespace brimwarden::analysis

@@ -14,11 +14,14 @@ namespace brimwarden::analysis {
 class uri_list {
 public:
     // Replaces all those that begin with `value`; does nothing if there is one that `value` begins with.
-    void add(tackle::wstring_view value, tackle::wstring details);
+    // `input` is what the address was found in, and goes into the details.
+    void add(tackle::wstring_view value, tackle::wstring_view input);
     // The same, but longer ones stay. Nothing may be added with `add` afterwards.
     void add_beside(tackle::wstring_view value);
     // Takes out all that begin with `prefix`.
     void erase(tackle::wstring_view prefix);
+
+    [[nodiscard]] bool empty() const { return entries_.empty(); }
 
     // Puts them at the end of a list, in the order in which they came, and is empty then.
     void move_to(signature_list& signatures);
@@ -31,7 +34,7 @@ private:
     using shortest_map = std::map<tackle::wstring_view, entry*>;
 
     [[nodiscard]] bool begins_with_one(tackle::wstring_view value, shortest_map::const_iterator behind) const;
-    void append(tackle::wstring_view value, tackle::wstring details, shortest_map::const_iterator behind);
+    signature_record& append(tackle::wstring_view value, shortest_map::const_iterator behind);
 
     std::deque<entry> entries_; // never moves one
     // By value those that begin with no other. Whatever value begins with one of them has it directly in front.

@@ -3,6 +3,7 @@
 #include "analysis/top_level_domains.h"
 #include "foundation/strings.h"
 #include "foundation/unicode.h"
+#include "foundation/unit_search.h"
 #include "network/numeric_address.h"
 #include "platform/character_class.h"
 
@@ -29,10 +30,6 @@ constexpr std::uint16_t alphanumeric = tackle::platform::alpha | tackle::platfor
 constexpr std::uint16_t graphic = alphanumeric | tackle::platform::punct;
 constexpr std::uint16_t space = tackle::platform::space | tackle::platform::blank;
 
-bool starts_uri(wstring_view text) {
-    return text.starts_with(u"http:") || text.starts_with(u"https:") || text.starts_with(u"www.");
-}
-
 int hex_digit(char digit) {
     if (digit >= '0' && digit <= '9') return digit - '0';
     if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
@@ -43,14 +40,18 @@ int hex_digit(char digit) {
 } // namespace
 
 std::size_t find_uri_start(wstring_view text, std::size_t from) {
-    for (auto at = from; at < text.size(); ++at) {
-        const auto unit = text[at];
-        if ((unit == u'h' || unit == u'w') && starts_uri(text.substr(at))) return at;
+    // By their last units, which are rarer in a text than their first. None of the three lies in another, so the first
+    // one to end is the first one to begin.
+    for (auto end = from; (end = tackle::find_either(text, u':', u'.', end)) < text.size(); ++end) {
+        const auto before = text.substr(from, end - from);
+        for (const wstring_view start : {u"www", u"http", u"https"}) {
+            if ((start.front() == u'w') == (text[end] == u'.') && before.ends_with(start)) return end - start.size();
+        }
     }
     return npos;
 }
 
-wstring strip_uri_prefix(wstring_view candidate) {
+wstring_view strip_uri_prefix(wstring_view candidate, wstring& scratch) {
     bool has_scheme = false;
     for (const wstring_view scheme : {u"http:", u"https:"}) {
         if (!candidate.starts_with(scheme)) continue;
@@ -63,13 +64,13 @@ wstring strip_uri_prefix(wstring_view candidate) {
         if (!has_scheme) return {};
         candidate.remove_prefix(at + 1);
     }
-    wstring stripped(candidate);
-    const auto colon = stripped.find(u':');
-    if (colon == npos) return stripped;
-    const auto behind = stripped.find_first_not_of(u"0123456789", colon + 1);
+    const auto colon = candidate.find(u':');
+    if (colon == npos) return candidate;
+    const auto behind = candidate.find_first_not_of(u"0123456789", colon + 1);
     // A port at the very end stays: the values have always been made so.
-    if (behind != npos && behind > colon + 1) stripped.erase(colon, behind - colon);
-    return stripped;
+    if (behind == npos || behind == colon + 1) return candidate;
+    scratch.assign(candidate.substr(0, colon)).append(candidate.substr(behind));
+    return scratch;
 }
 
 std::optional<unsigned char> decode_byte(char high, char low) {
@@ -88,9 +89,9 @@ std::optional<char16_t> decode_unit(string_view digits) {
     return static_cast<char16_t>(*high * 256 + static_cast<signed char>(*low));
 }
 
-wstring decode_uri_escapes(wstring_view text) {
-    const auto needs_decoding = [](char16_t unit) { return unit == u'%' || (unit >= 0xD800 && unit <= 0xDFFF); };
-    if (std::ranges::none_of(text, needs_decoding)) return tackle::to_lower(text);
+namespace {
+
+wstring decoded_escapes(wstring_view text) {
     try {
         const auto encoded = tackle::unicode::to_narrow(text, utf8, true);
         string decoded;
@@ -134,6 +135,20 @@ wstring decode_uri_escapes(wstring_view text) {
     }
 }
 
+} // namespace
+
+wstring_view decode_uri_escapes(wstring_view text, wstring& scratch) {
+    const auto is_capital = [](char16_t unit) { return unit >= u'A' && unit <= u'Z'; };
+    const auto needs_decoding = [](char16_t unit) { return unit == u'%' || (unit >= 0xD800 && unit <= 0xDFFF); };
+    if (std::ranges::any_of(text, needs_decoding))
+        scratch = decoded_escapes(text);
+    else if (std::ranges::any_of(text, is_capital))
+        scratch = tackle::to_lower(text);
+    else
+        return text;
+    return scratch;
+}
+
 namespace {
 
 // The path pieces behind the host: false if a query or a fragment has ended them.
@@ -158,6 +173,7 @@ wstring extract_host_and_path(wstring_view text, bool strict_host) {
     const auto* classes = tackle::platform::character_classes();
     wstring result;
     text.remove_prefix(std::min(text.find_first_not_of(u'/'), text.size()));
+    result.reserve(text.size());
     const auto host = text.substr(0, text.find(u'/'));
     for (const auto unit : host) {
         if (unit == u'.' || unit == u'-' || (classes[unit] & alphanumeric) != 0) {

@@ -14,24 +14,23 @@ using tackle::wstring_view;
 namespace {
 
 bool add_if_valid(wstring_view candidate, wstring_view resolved, bool strict_host, uri_list& uris) {
+    const auto cleaned = extract_host_and_path(resolved, strict_host);
     wstring value;
-    if (!reverse_domain(extract_host_and_path(resolved, strict_host), value)) return false;
-    wstring details;
-    details.reserve(candidate.size() + 9);
-    details = u"Input: \"";
-    details += candidate;
-    details += u'"';
-    uris.add(value, std::move(details));
+    value.reserve(cleaned.size());
+    if (!reverse_domain(cleaned, value)) return false;
+    uris.add(value, candidate);
     return true;
 }
 
 void scan_value(wstring_view raw, uri_list& uris) {
-    const auto decoded = decode_uri_escapes(raw);
-    wstring_view value = decoded;
+    wstring decoded;
+    auto value = decode_uri_escapes(raw, decoded);
     for (const wstring_view search_word : {u"inurl:", u"site:"}) {
         if (value.starts_with(search_word)) value.remove_prefix(search_word.size());
     }
-    add_if_valid(value, decode_uri_escapes(strip_uri_prefix(value)), true, uris);
+    wstring stripped;
+    wstring resolved;
+    add_if_valid(value, decode_uri_escapes(strip_uri_prefix(value, stripped), resolved), true, uris);
 }
 
 // Addresses that an address hands on: redirections, searches.
@@ -51,20 +50,25 @@ void scan_query_values(wstring_view candidate, uri_list& uris) {
 
 void scan_uri(wstring_view candidate, bool strict_host, uri_list& uris) {
     wstring hidden;
-    auto resolved = decode_uri_escapes(strip_uri_prefix(candidate));
+    wstring stripped;
+    wstring decoded;
+    auto resolved = decode_uri_escapes(strip_uri_prefix(candidate, stripped), decoded);
     if (!add_if_valid(candidate, resolved, strict_host, uris)) {
         const auto start = find_uri_start(resolved, 0);
         if (start == wstring_view::npos || start == 0) return;
-        auto found = hidden_uri_search(wstring_view(resolved).substr(start), strict_host).find();
+        auto found = hidden_uri_search(resolved.substr(start), strict_host).find();
         if (!found) return;
         hidden = std::move(*found);
         candidate = hidden;
-        resolved = decode_uri_escapes(strip_uri_prefix(candidate));
+        resolved = decode_uri_escapes(strip_uri_prefix(candidate, stripped), decoded);
         add_if_valid(candidate, resolved, strict_host, uris);
     }
-    if (candidate.find_first_of(u"?&%") == wstring_view::npos) return;
+    const auto may_hold_query = [](char16_t unit) { return unit == u'?' || unit == u'&' || unit == u'%'; };
+    if (std::ranges::none_of(candidate, may_hold_query)) return;
     scan_query_values(candidate, uris);
-    scan_query_values(decode_uri_escapes(candidate), uris);
+    // The same values once more would change nothing.
+    if (const auto once_more = decode_uri_escapes(candidate, decoded); once_more != candidate)
+        scan_query_values(once_more, uris);
 }
 
 } // namespace brimwarden::analysis

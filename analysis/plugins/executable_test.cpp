@@ -1,6 +1,5 @@
 #include "analysis/plugins/executable_test.h"
 
-#include "analysis/if_readable.h"
 #include "foundation/format.h"
 #include "foundation/strings.h"
 
@@ -13,9 +12,9 @@ using tackle::wstring_view;
 using tackle::internet::message2::part;
 
 wstring file_name(const part& part) {
-    wstring name;
-    if_readable([&] { name = tackle::to_lower(part.attachment_info().filename); });
-    return name;
+    tackle::internet::message2::attachment_info info;
+    // A name that can't be read is none.
+    return part.try_attachment_info(info) ? tackle::to_lower(info.filename) : wstring();
 }
 
 void test_executables(const part& root, test_result_list& test_results) {

@@ -67,8 +67,7 @@ void test_length(const part& root, wstring& text, test_result_list& results) {
 // recipient's own domain leaves the links when all of them are found.
 void reduce(const part& root, wstring& text, const tackle::html::text_set& links, signature_list& signatures,
             test_result_list& results, trace_list& trace) {
-    wstring compact_text;
-    normalise_text(text, compact_text);
+    normalise_text(text);
     token_list tokens;
     tokenise(text, tokens, word_mode);
     check_address_customization(root, tokens, results);
@@ -77,13 +76,15 @@ void reduce(const part& root, wstring& text, const tackle::html::text_set& links
     generate_block_signatures(folded, tokens, signatures, trace);
     generate_length_signatures(folded, signatures, trace);
     generate_structure_signatures(folded, signatures, trace);
-    check_diagnostics(compact_text, results);
+    check_diagnostics(text, results);
     uri_list uris;
     if (!links.empty()) scan_links(root, links, uris);
     if (text.size() < uri_scan_limit) scan_text_for_uris(text, uris);
-    tokens.clear();
-    tokenise(text, tokens, dot_mode);
-    scan_spoken_uris(tokens, uris);
+    if (may_spell_uris(text)) {
+        tokens.clear();
+        tokenise(text, tokens, dot_mode);
+        scan_spoken_uris(tokens, uris);
+    }
     drop_recipient_domain(root, uris);
     uris.move_to(signatures);
 }
