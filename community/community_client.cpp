@@ -22,6 +22,8 @@ community_client::community_client(const ip4& bind_address, string_view group_ho
     socket_.create(bind_address);
     socket_.bind(bind_address);
     largest_datagram_ = socket_.max_message_size();
+    // Or a receive that has no memory would try again at once, and for ever, before all other threads of the machine.
+    datagram_.reserve(largest_datagram_);
     try {
         start([](void* client) { static_cast<community_client*>(client)->receive_all(); }, this, receive_thread_);
         receiver_ready_.wait();
@@ -61,21 +63,20 @@ void community_client::receive_all() {
     try {
         const scope inside(&turnstile_);
         ip4 sender; // as the last receive has left it, also where a failing one is concerned
-        string datagram;
         while (!turnstile_.closing()) {
             receiver_ready_.set();
-            receive_one(sender, datagram);
+            receive_one(sender);
         }
     } catch (const std::exception&) { // requests now find no answer by datagram, and change to connections
         return;
     }
 }
 
-void community_client::receive_one(ip4& sender, string& datagram) {
+void community_client::receive_one(ip4& sender) {
     try {
-        socket_.receive_from(sender, datagram, largest_datagram_);
+        socket_.receive_from(sender, datagram_, largest_datagram_);
         packet reply;
-        if (reply.parse(datagram)) answer_arrived(sender, reply, datagram.size());
+        if (reply.parse(datagram_)) answer_arrived(sender, reply, datagram_.size());
     } catch (const raw::port_unreachable&) {
         refusal_arrived(sender);
     } catch (const raw::host_unreachable&) {

@@ -72,7 +72,7 @@ private:
     using candidate_list = std::multimap<std::uint32_t, ip4>;
 
     void receive_all();
-    void receive_one(ip4& sender, string& datagram);
+    void receive_one(ip4& sender);
     void answer_arrived(const ip4& sender, const packet& reply, std::size_t size);
     void refusal_arrived(const ip4& sender);
     void discover_until_closed();
@@ -93,6 +93,7 @@ private:
     tackle::internet::environment environment_;
     tackle::internet::transport::udp::raw socket_; // for all requests and probes
     std::uint32_t largest_datagram_ = 0;
+    string datagram_; // the last one received; the receiving thread's own
     tackle::event receiver_ready_{false};
     string group_host_;
     server_map servers_;
