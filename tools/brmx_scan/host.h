@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,8 +10,12 @@ namespace brmx_scan {
 
 int run(const std::vector<std::string>& arguments); // main.cpp: the program behind the system's own entry point
 
-// True if somebody watches standard error.
-[[nodiscard]] bool standard_error_is_terminal() noexcept;
+enum class stream : std::uint8_t { output, error };
+
+// True if somebody watches the stream.
+[[nodiscard]] bool is_terminal(stream which) noexcept;
+// True if it is a terminal that obeys escape sequences.
+[[nodiscard]] bool takes_escapes(stream which) noexcept;
 
 // Makes standard input and output pass bytes as they are, and a console take UTF-8.
 void prepare_streams() noexcept;

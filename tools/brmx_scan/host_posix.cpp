@@ -1,10 +1,16 @@
 #include "tools/brmx_scan/host.h"
 
+#include <cstdlib>
 #include <unistd.h>
 
 namespace brmx_scan {
 
-bool standard_error_is_terminal() noexcept { return isatty(STDERR_FILENO) == 1; }
+bool is_terminal(stream which) noexcept { return isatty(which == stream::output ? STDOUT_FILENO : STDERR_FILENO) == 1; }
+
+bool takes_escapes(stream which) noexcept {
+    const char* const kind = std::getenv("TERM");
+    return is_terminal(which) && kind != nullptr && std::string_view(kind) != "dumb";
+}
 
 void prepare_streams() noexcept {}
 

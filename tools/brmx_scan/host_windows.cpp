@@ -8,7 +8,14 @@
 
 namespace brmx_scan {
 
-bool standard_error_is_terminal() noexcept { return _isatty(_fileno(stderr)) != 0; }
+bool is_terminal(stream which) noexcept { return _isatty(_fileno(which == stream::output ? stdout : stderr)) != 0; }
+
+bool takes_escapes(stream which) noexcept {
+    const HANDLE console = GetStdHandle(which == stream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(console, &mode) != 0 &&
+           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
 
 void prepare_streams() noexcept {
     _setmode(_fileno(stdin), _O_BINARY);
@@ -17,6 +24,12 @@ void prepare_streams() noexcept {
 }
 
 } // namespace brmx_scan
+
+// Asks the start-up code to expand patterns: the command processor leaves that to the program.
+extern "C" {
+extern int _dowildcard;
+int _dowildcard = -1;
+}
 
 // The wide entry point: the narrow one would lose file names that the system's code page does not have.
 int wmain(int count, wchar_t** values) {

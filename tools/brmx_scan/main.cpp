@@ -1,10 +1,15 @@
+#include "tools/brmx_scan/complaint.h"
 #include "tools/brmx_scan/host.h"
 #include "tools/brmx_scan/options.h"
+#include "tools/brmx_scan/progress.h"
 #include "tools/brmx_scan/scanner.h"
 #include "tools/brmx_scan/state_file.h"
+#include "tools/brmx_scan/summary.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <stdexcept>
 
@@ -12,57 +17,85 @@ namespace brmx_scan {
 
 namespace {
 
-enum exit_status { all_scanned = 0, some_failed = 1, wrong_usage = 2 };
-
-// A line that is rewritten in place, for a person who waits. Nothing is shown for work of less than a second.
-class progress {
-public:
-    progress(std::size_t total, bool wanted) : total_(total), wanted_(wanted) {}
-
-    void step() {
-        ++done_;
-        const auto now = clock::now();
-        if (!wanted_ || now < next_) return;
-        next_ = now + std::chrono::milliseconds(200);
-        std::fprintf(stderr, "\r%zu of %zu messages", done_, total_);
-        visible_ = true;
-    }
-
-    void clear() {
-        if (visible_) std::fputs("\r\x1b[K", stderr);
-        visible_ = false;
-    }
-
-private:
-    using clock = std::chrono::steady_clock;
-    std::size_t done_ = 0;
-    const std::size_t total_;
-    const bool wanted_;
-    clock::time_point next_ = clock::now() + std::chrono::seconds(1);
-    bool visible_ = false;
-};
+enum exit_status { all_scanned = 0, some_failed = 1, wrong_usage = 2, some_above = 3 };
 
 void write(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
-bool failed(const report& made, const questions& asked) {
-    if (!made.error.empty()) return true;
-    return asked.what == action::scan ? !made.result.probability : made.result.status != status_ok;
-}
+void complain(const std::string& text) { std::fprintf(stderr, "brmx-scan: %s\n", text.c_str()); }
 
-// Also when there is an answer, but not the whole one.
-void complain(const report& made, bool has_community) {
-    const bool local = made.error.empty() && made.result.probability;
-    if (local && (made.result.status == status_ok || !has_community)) return;
-    const std::string reason = made.error.empty() ? status_name(made.result.status) : made.error;
-    std::fprintf(stderr, "brmx-scan: %s: %s%s\n", made.file.c_str(), reason.c_str(),
-                 local ? "; the number comes from local tests alone" : "");
+look look_of(stream shown, const options& chosen) {
+    const char* const no_color = std::getenv("NO_COLOR");
+    const bool wanted = (no_color == nullptr || *no_color == '\0') && takes_escapes(shown);
+    return {chosen.color == when::always || (chosen.color == when::automatic && wanted), chosen.fail_above};
 }
 
 exit_status show_health(const engine& running, bool json) {
     const auto health = running.health();
-    if (health.status != status_ok) std::fprintf(stderr, "brmx-scan: no health: %s\n", status_name(health.status));
+    if (health.status != status_ok) complain("no health: " + explain(health.status));
     write(json ? json_health(health) : plain_health(health));
     return health.status == status_ok ? all_scanned : some_failed;
+}
+
+// Shows answers as they come, or all at the end by probability.
+class answers {
+public:
+    explicit answers(bool sort) : sort_(sort) {}
+
+    void add(const report& made, std::string text) {
+        if (!sort_) return write(text);
+        kept_.push_back({made.result.probability.value_or(-1), std::move(text)});
+    }
+
+    void finish() {
+        std::ranges::stable_sort(kept_, std::ranges::greater(), &answer::probability);
+        for (const auto& one : kept_)
+            write(one.text);
+    }
+
+private:
+    struct answer {
+        int probability;
+        std::string text;
+    };
+    const bool sort_;
+    std::vector<answer> kept_;
+};
+
+exit_status scan(const engine& running, const options& chosen) {
+    using clock = std::chrono::steady_clock;
+    const auto start = clock::now();
+    message_feed messages(chosen.paths, chosen.mbox);
+    const bool watched = takes_escapes(stream::error);
+    progress shown(watched ? messages.total_bytes() : 0, watched);
+    const auto plain = look_of(stream::output, chosen);
+    auto asked = chosen.asked;
+    asked.trace = asked.trace || chosen.json;
+    asked.statistics = chosen.json;
+    answers out(chosen.sort);
+    summary sum;
+    exit_status outcome = all_scanned;
+    scan_all(running, messages, chosen.jobs, asked, [&](const report& made) {
+        shown.clear();
+        const bool lacking = failed(made, asked);
+        if (lacking) outcome = some_failed;
+        if (const auto text = complaint(made, made.result.status != community_unavailable); !text.empty()) {
+            complain(text);
+        }
+        out.add(made, chosen.json ? json_report(made, asked) : plain_report(made, asked, plain));
+        sum.add(made, lacking);
+        shown.step(made.bytes);
+    });
+    shown.clear();
+    out.finish();
+    if (sum.messages() == 0 && !chosen.paths.empty()) complain("there is no message in what was named");
+    if (chosen.summary == when::always ||
+        (chosen.summary == when::automatic && sum.messages() > 1 && is_terminal(stream::error))) {
+        std::fflush(stdout);
+        const double seconds = std::chrono::duration<double>(clock::now() - start).count();
+        std::fputs(sum.text(seconds, look_of(stream::error, chosen)).c_str(), stderr);
+    }
+    if (outcome == all_scanned && chosen.fail_above && sum.has_above(*chosen.fail_above)) return some_above;
+    return outcome;
 }
 
 exit_status work(const options& chosen) {
@@ -70,28 +103,16 @@ exit_status work(const options& chosen) {
     if (!chosen.state.empty()) load_state(chosen.state);
     if (chosen.group) {
         const auto status = running.join_community(*chosen.group, chosen.rediscovery_seconds);
-        if (status != status_ok) throw std::runtime_error(*chosen.group + ": " + status_name(status));
+        if (status != status_ok) throw std::runtime_error(*chosen.group + ": " + explain(status));
     }
-    exit_status outcome = chosen.health ? show_health(running, chosen.json) : all_scanned;
-    const auto sources = list_sources(chosen.paths);
-    progress shown(sources.size(), standard_error_is_terminal());
-    auto asked = chosen.asked;
-    asked.trace = asked.trace || chosen.json;
-    asked.statistics = chosen.json;
-    scan_all(running, sources, chosen.jobs, asked, [&](const report& made) {
-        shown.clear();
-        if (failed(made, asked)) outcome = some_failed;
-        complain(made, made.result.status != community_unavailable);
-        write(chosen.json ? json_report(made, asked) : plain_report(made, asked));
-        shown.step();
-    });
+    const auto health = chosen.health ? show_health(running, chosen.json) : all_scanned;
+    const auto scanned = scan(running, chosen);
     if (!chosen.state.empty()) save_state(chosen.state);
-    shown.clear();
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        std::fputs("brmx-scan: standard output could not be written\n", stderr);
+        complain("standard output could not be written");
         return some_failed;
     }
-    return outcome;
+    return health == all_scanned ? scanned : health;
 }
 
 } // namespace
@@ -114,7 +135,7 @@ int run(const std::vector<std::string>& arguments) {
         }
         return work(chosen);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "brmx-scan: %s\n", failure.what());
+        complain(failure.what());
         return some_failed;
     }
 }

@@ -8,35 +8,48 @@
 
 namespace brmx_scan {
 
-const char* const usage_text = "Usage: brmx-scan [OPTION]... FILE|DIRECTORY|-...\n"
-                               "Tells how probably each message is spam, from 0 to 100. Directories are searched\n"
-                               "for files at every depth; - reads one message from standard input.\n"
-                               "\n"
-                               "  --trace      print the explanation below each message\n"
-                               "  --languages  tell in which languages each message is written, and with --trace\n"
-                               "               how that came about\n"
-                               "  --json       print one JSON object a line: file, status, status_name,\n"
-                               "               probability, trace as a list of [indent, text], languages as a\n"
-                               "               list of objects with lcid, tag and relevance, and statistics of\n"
-                               "               the community\n"
-                               "  --jobs N     scan with N threads; the order of the output stays the same\n"
-                               "\n"
-                               "  --community GROUP          ask the servers that this host name stands for\n"
-                               "  --rediscover SECONDS       look the host name up again so often\n"
-                               "  --timeout MS               wait so long for an answer (10000)\n"
-                               "  --credentials MODE:ID:SECRET\n"
-                               "                             who asks; better in the environment variable\n"
-                               "                             BRMX_CREDENTIALS, which others cannot read\n"
-                               "  --report     report the messages as spam to the community, whole\n"
-                               "  --revoke     take such reports back\n"
-                               "  --health     tell how many servers can be reached\n"
-                               "  --state FILE keep the server group and the count of sessions in this file\n"
-                               "\n"
-                               "  --help       print this text\n"
-                               "  --version    print the versions of the library and its build\n"
-                               "\n"
-                               "Exit status: 0 all went well, 1 some messages could not be scanned or told,\n"
-                               "2 wrong usage.\n";
+const char* const usage_text =
+    R"(Usage: brmx-scan [OPTION]... FILE|DIRECTORY|-...
+Tells how probably each message is spam, from 0 to 100. A file is one message or
+an mbox of many, a directory a Maildir or a tree of files; - reads one message
+from standard input.
+
+What is shown:
+  --trace         print the explanation below each message
+  --languages     tell in which languages each message is written, and with
+                  --trace how that came about
+  --json          print one JSON object a line: file, status, status_name,
+                  probability, trace as a list of [indent, text], languages as a
+                  list of objects with lcid, tag and relevance, and statistics of
+                  the community
+  --sort          print the most probable spam first, when all is scanned
+  --summary[=WHEN]  print numbers and a histogram behind more than one message,
+                  on standard error: always, never, or auto, on a terminal
+  --color[=WHEN]  always, never, or auto, on a terminal without NO_COLOR
+
+What is read:
+  --mbox[=WHEN]   take files for an mbox: always, never, or auto, if they are
+                  called mbox or *.mbox or look like more than one message
+  --jobs N        scan with N threads; the order of the output stays the same
+  --fail-above N  end with 3 if a message has more than N
+
+The community of servers:
+  --community GROUP  ask the servers that this host name stands for
+  --rediscover SECONDS  look the host name up again so often
+  --timeout MS    wait so long for an answer (10000)
+  --credentials MODE:ID:SECRET  who asks; better in the environment variable
+                  BRMX_CREDENTIALS, which others cannot read
+  --report        report the messages as spam to the community, whole
+  --revoke        take such reports back
+  --health        tell how many servers can be reached
+  --state FILE    keep the server group and the count of sessions in this file
+
+  --help          print this text
+  --version       print the versions of the library and its build
+
+Exit status: 0 all went well, 1 some messages could not be scanned or told,
+2 wrong usage, 3 all were scanned and some are above the number of --fail-above.
+)";
 
 namespace {
 
@@ -63,6 +76,13 @@ bool read_credentials(std::string_view text, std::optional<credentials>& out) {
     return true;
 }
 
+bool read_when(std::string_view text, when& out) {
+    constexpr std::string_view names[] = {"auto", "always", "never"}; // as in the type
+    const auto* const found = std::ranges::find(names, text);
+    out = static_cast<when>(found - std::begin(names));
+    return found != std::end(names);
+}
+
 struct flag {
     std::string_view name;
     void (*set)(options&);
@@ -71,6 +91,10 @@ constexpr flag flags[] = {
     {"--trace", [](options& o) { o.asked.trace = true; }},
     {"--languages", [](options& o) { o.asked.languages = true; }},
     {"--json", [](options& o) { o.json = true; }},
+    {"--sort", [](options& o) { o.sort = true; }},
+    {"--summary", [](options& o) { o.summary = when::always; }},
+    {"--color", [](options& o) { o.color = when::always; }},
+    {"--mbox", [](options& o) { o.mbox = when::always; }},
     {"--report", [](options& o) { o.asked.what = action::report; }},
     {"--revoke", [](options& o) { o.asked.what = action::revoke; }},
     {"--health", [](options& o) { o.health = true; }},
@@ -84,10 +108,21 @@ struct setting {
     std::string_view takes; // for the message that says what is wrong
     bool (*set)(options&, std::string_view value);
 };
+constexpr std::string_view one_of_when = "auto, always or never behind a \"=\"";
 constexpr auto any_number = std::numeric_limits<std::uint32_t>::max();
 constexpr setting settings[] = {
     {"--jobs", "a number from 1 to 1024",
      [](options& o, std::string_view value) { return read_number(value, most_jobs, o.jobs) && o.jobs > 0; }},
+    {"--summary", one_of_when, [](options& o, std::string_view value) { return read_when(value, o.summary); }},
+    {"--color", one_of_when, [](options& o, std::string_view value) { return read_when(value, o.color); }},
+    {"--mbox", one_of_when, [](options& o, std::string_view value) { return read_when(value, o.mbox); }},
+    {"--fail-above", "a number from 0 to 100",
+     [](options& o, std::string_view value) {
+         std::uint32_t number = 0;
+         const bool good = read_number(value, 100, number);
+         o.fail_above = static_cast<int>(number);
+         return good;
+     }},
     {"--community", "a host name",
      [](options& o, std::string_view value) {
          o.group = value;
@@ -106,6 +141,22 @@ constexpr setting settings[] = {
      }},
 };
 
+std::string unknown_option(std::string_view name) {
+    std::string_view nearest;
+    std::size_t most = 3; // equal in front, dashes included: less is no help
+    const auto compare = [&](std::string_view known) {
+        const auto equal = static_cast<std::size_t>(std::ranges::mismatch(name, known).in1 - name.begin());
+        if (equal > most) nearest = known;
+        most = std::max(most, equal);
+    };
+    for (const auto& known : flags)
+        compare(known.name);
+    for (const auto& known : settings)
+        compare(known.name);
+    auto text = "unknown option \"" + std::string(name) + '"';
+    return nearest.empty() ? text : text + "; did you mean " + std::string(nearest) + '?';
+}
+
 // Takes one option, and its value from the argument behind it unless it is joined by "=". Returns what is wrong.
 std::string take_option(const std::vector<std::string>& arguments, std::size_t& index, options& values) {
     const std::string_view argument = arguments[index];
@@ -116,7 +167,7 @@ std::string take_option(const std::vector<std::string>& arguments, std::size_t& 
     const auto equals = argument.find('=');
     const auto name = argument.substr(0, equals);
     const auto* known = std::ranges::find(settings, name, &setting::name);
-    if (known == std::end(settings)) return "unknown option \"" + std::string(argument) + '"';
+    if (known == std::end(settings)) return unknown_option(name);
     const bool joined = equals != argument.npos;
     if (!joined && index + 1 == arguments.size()) return std::string(name) + " needs a value behind it";
     const std::string_view value = joined ? argument.substr(equals + 1) : std::string_view(arguments[++index]);
@@ -145,7 +196,7 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
         !read_credentials(from_environment, values.asked.identity)) {
         result.error = "BRMX_CREDENTIALS has to be MODE:ID:SECRET with two numbers in front";
     } else if (values.paths.empty() && !values.help && !values.version && !values.health) {
-        result.error = "no message given";
+        result.error = "no message given; name files, directories, or - for standard input";
     }
     return result;
 }

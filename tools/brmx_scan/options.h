@@ -2,17 +2,25 @@
 
 #include "tools/brmx_scan/engine.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace brmx_scan {
 
+enum class when : std::uint8_t { automatic, always, never };
+
 struct options {
     std::vector<std::string> paths; // files and directories as given, "-" for standard input
     unsigned jobs = 1;              // threads that scan
     questions asked;
     bool json = false;
+    when mbox = when::automatic; // which files hold more than one message
+    when summary = when::automatic;
+    when color = when::automatic;
+    bool sort = false; // by probability
+    std::optional<int> fail_above;
     bool health = false;
     std::optional<std::string> group; // the community's host name
     std::uint32_t rediscovery_seconds = 0;

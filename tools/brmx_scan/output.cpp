@@ -172,12 +172,23 @@ std::string printable(std::u16string_view text) {
     return out;
 }
 
-std::string plain_report(const report& shown, const questions& asked) {
+const char* color_of(int probability, const look& chosen) noexcept {
+    if (!chosen.color) return "";
+    if (chosen.limit) return probability > *chosen.limit ? "\x1b[31m" : "\x1b[32m";
+    return probability >= 90 ? "\x1b[31m" : probability >= 50 ? "\x1b[33m" : "\x1b[32m";
+}
+
+const char* color_end(const look& chosen) noexcept { return chosen.color ? "\x1b[m" : ""; }
+
+std::string plain_report(const report& shown, const questions& asked, const look& chosen) {
     std::string out;
     if (shown.result.probability) {
         char number[16];
-        std::snprintf(number, sizeof number, "%3d ", *shown.result.probability);
-        out = number;
+        std::snprintf(number, sizeof number, "%3d", *shown.result.probability);
+        out = color_of(*shown.result.probability, chosen);
+        out += number;
+        out += color_end(chosen);
+        out += ' ';
     } else if (asked.what != action::scan && shown.error.empty() && shown.result.status == status_ok) {
         out = asked.what == action::report ? "reported " : "revoked ";
     } else {
@@ -194,8 +205,12 @@ std::string plain_report(const report& shown, const questions& asked) {
     out += '\n';
     if (!asked.trace) return out;
     for (const auto& line : shown.result.trace) {
+        const bool heading = chosen.color && line.indent == 0 && !line.text.empty();
         if (!line.text.empty()) out.append(4 * (line.indent + 1), ' ');
-        out += printable(line.text) + '\n';
+        if (heading) out += "\x1b[1m";
+        out += printable(line.text);
+        if (heading) out += "\x1b[m";
+        out += '\n';
     }
     return out + '\n';
 }

@@ -2,6 +2,8 @@
 
 #include "tools/brmx_scan/engine.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,7 +14,18 @@ struct report {
     std::string file;
     scan_result result;
     std::string error; // empty unless the message could not be read
+    std::uint64_t bytes = 0;
 };
+
+// How a probability is shown. The library draws no line between spam and ham, so without a limit of the user's the
+// colours only lead the eye: from 50 and from 90.
+struct look {
+    bool color = false;
+    std::optional<int> limit; // what is above it is red, and the rest green
+};
+// Before the number and behind it; both empty without colours.
+[[nodiscard]] const char* color_of(int probability, const look& chosen) noexcept;
+[[nodiscard]] const char* color_end(const look& chosen) noexcept;
 
 // UTF-8 for people: lone surrogates become U+FFFD, and control characters blanks, as a trace quotes what a spammer
 // wrote and a terminal obeys it.
@@ -22,7 +35,7 @@ struct report {
 [[nodiscard]] std::string to_utf8(std::u16string_view text);
 
 // Complete lines, the last one's end included.
-[[nodiscard]] std::string plain_report(const report& shown, const questions& asked);
+[[nodiscard]] std::string plain_report(const report& shown, const questions& asked, const look& chosen);
 [[nodiscard]] std::string json_report(const report& shown, const questions& asked);
 [[nodiscard]] std::string plain_health(const community_health& health);
 [[nodiscard]] std::string json_health(const community_health& health);

@@ -1,42 +1,52 @@
 #include "tools/brmx_scan/scanner.h"
 
-#include <algorithm>
 #include <condition_variable>
 #include <exception>
 #include <map>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <thread>
 
 namespace brmx_scan {
 
 namespace {
 
-report scan_one(const engine& scanner, const source& from, const questions& asked) {
-    report made{from.name, {}, from.error};
+report scan_one(const engine& scanner, source from, const questions& asked) {
+    report made{from.name, {}, from.error, from.bytes};
     if (!made.error.empty()) return made;
     try {
-        std::string content;
-        made.error = read_source(from.name, content);
-        if (made.error.empty()) made.result = scanner.work_on(content, asked);
+        if (!from.content) made.error = read_source(from.name, from.content.emplace());
+        if (made.bytes == 0) made.bytes = from.content->size();
+        if (made.error.empty()) made.result = scanner.work_on(*from.content, asked);
     } catch (const std::bad_alloc&) {
-        made = {from.name, {}, "not enough memory"};
+        made = {from.name, {}, "not enough memory", made.bytes};
     }
     return made;
 }
 
-// Hands out indexes to threads and takes reports back into order.
+// Hands out messages to threads and takes reports back into order.
 class queue {
 public:
-    queue(std::size_t total, std::size_t ahead) : total_(total), ahead_(ahead) {}
+    queue(message_feed& messages, std::size_t ahead) : messages_(messages), ahead_(ahead) {}
 
     // False when there is nothing left.
-    bool take(std::size_t& index) {
-        std::unique_lock lock(mutex_);
-        room_.wait(lock, [&] { return stopped_ || next_ == total_ || next_ < shown_ + ahead_; });
-        if (stopped_ || next_ == total_) return false;
-        index = next_++;
-        return true;
+    bool take(source& message, std::size_t& index) {
+        const std::lock_guard turn(feed_mutex_); // not the other: reports go on while one waits for a pipe
+        {
+            std::unique_lock lock(mutex_);
+            room_.wait(lock, [&] { return stopped_ || taken_ < shown_ + ahead_; });
+            if (stopped_) return false;
+        }
+        const bool got = messages_.next(message);
+        const std::lock_guard lock(mutex_);
+        if (got) {
+            index = taken_++;
+        } else {
+            stopped_ = true;
+            ready_.notify_one();
+        }
+        return got;
     }
 
     void put(std::size_t index, report made) {
@@ -45,10 +55,12 @@ public:
         ready_.notify_one();
     }
 
-    // The next report in order; waits for it.
-    report get() {
+    // The next report in order; waits for it. None after the last.
+    std::optional<report> get() {
         std::unique_lock lock(mutex_);
-        ready_.wait(lock, [&] { return !done_.empty() && done_.begin()->first == shown_; });
+        ready_.wait(
+            lock, [&] { return (!done_.empty() && done_.begin()->first == shown_) || (stopped_ && taken_ == shown_); });
+        if (done_.empty()) return {};
         report made = std::move(done_.extract(done_.begin()).mapped());
         ++shown_;
         room_.notify_all();
@@ -62,41 +74,43 @@ public:
     }
 
 private:
+    message_feed& messages_;
+    std::mutex feed_mutex_;
     std::mutex mutex_;
     std::condition_variable room_;
     std::condition_variable ready_;
     std::map<std::size_t, report> done_;
-    std::size_t next_ = 0;
+    std::size_t taken_ = 0;
     std::size_t shown_ = 0;
-    const std::size_t total_;
     const std::size_t ahead_;
-    bool stopped_ = false;
+    bool stopped_ = false; // nothing more is handed out
 };
 
 } // namespace
 
-void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, const questions& asked,
+void scan_all(const engine& scanner, message_feed& messages, unsigned jobs, const questions& asked,
               const std::function<void(const report&)>& show) {
     if (jobs == 1) {
-        for (const auto& from : sources)
-            show(scan_one(scanner, from, asked));
+        for (source message; messages.next(message);)
+            show(scan_one(scanner, std::move(message), asked));
         return;
     }
-    queue work(sources.size(), std::size_t{4} * jobs);
+    queue work(messages, std::size_t{4} * jobs);
     struct stopper { // declared before the threads: joined after it has told them to end
         queue& work;
         std::vector<std::jthread> threads;
         ~stopper() { work.stop(); }
     } running{work, {}};
-    for (unsigned i = 0; i < std::min<std::size_t>(jobs, sources.size()); ++i) {
+    for (unsigned i = 0; i < jobs; ++i) {
         running.threads.emplace_back([&] {
+            source message;
             std::size_t index = 0;
-            while (work.take(index))
-                work.put(index, scan_one(scanner, sources[index], asked));
+            while (work.take(message, index))
+                work.put(index, scan_one(scanner, std::move(message), asked));
         });
     }
-    for (std::size_t shown = 0; shown < sources.size(); ++shown)
-        show(work.get());
+    while (const auto made = work.get())
+        show(*made);
 }
 
 } // namespace brmx_scan

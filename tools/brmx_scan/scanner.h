@@ -6,14 +6,13 @@
 #include "tools/brmx_scan/sources.h"
 
 #include <functional>
-#include <vector>
 
 namespace brmx_scan {
 
-// Scans the sources with `jobs` threads and hands the reports to `show` in the order of the sources, one at a time, so
-// that the number of threads cannot be seen in the output. Threads that run ahead of a slow message wait: what is done
-// and not yet shown stays within a few messages a thread.
-void scan_all(const engine& scanner, const std::vector<source>& sources, unsigned jobs, const questions& asked,
+// Scans the messages with `jobs` threads and hands the reports to `show` in the order of the messages, one at a time,
+// so that the number of threads cannot be seen in the output. Threads that run ahead of a slow message wait: what is
+// read or done and not yet shown stays within a few messages a thread.
+void scan_all(const engine& scanner, message_feed& messages, unsigned jobs, const questions& asked,
               const std::function<void(const report&)>& show);
 
 } // namespace brmx_scan

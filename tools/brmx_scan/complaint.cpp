@@ -1,0 +1,48 @@
+#include "tools/brmx_scan/complaint.h"
+
+namespace brmx_scan {
+
+namespace {
+
+const char* advice(engine_status status) {
+    switch (status) {
+    case message_too_deep:
+        return "parts nested more than 64 deep, which no honest message needs";
+    case community_unavailable:
+        return "name a server group with --community";
+    case community_discovery_pending:
+        return "no server has answered yet; --health tells more";
+    case community_protocol_error:
+        return "an answer made no sense, or with --timeout 0 did not come; try again";
+    case community_timed_out:
+        return "no answer in time; --timeout gives more";
+    case community_invalid_credentials:
+        return "the servers refuse them; see --credentials";
+    case status_out_of_memory:
+        return "fewer --jobs need less";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+bool failed(const report& made, const questions& asked) {
+    if (!made.error.empty()) return true;
+    return asked.what == action::scan ? !made.result.probability : made.result.status != status_ok;
+}
+
+std::string explain(engine_status status, const char* outcome) {
+    auto text = std::string(status_name(status)) + outcome;
+    if (const char* const told = advice(status); told != nullptr) text += std::string(" (") + told + ')';
+    return text;
+}
+
+std::string complaint(const report& made, bool has_community) {
+    if (!made.error.empty()) return made.file + ": " + made.error;
+    const bool local = made.result.probability.has_value();
+    if (made.result.status == status_ok || (local && !has_community)) return {};
+    return made.file + ": " + explain(made.result.status, local ? "; the number comes from local tests alone" : "");
+}
+
+} // namespace brmx_scan
