@@ -91,6 +91,7 @@ const words_case words_cases[] = {
     {"nothing between", {u"www", u"com"}, {u"com.www"}},
     {"from the last to the first", {u"www", u"a", u"com", u"www", u"b", u"net"}, {u"net.b.www", u"com.a.www"}},
     {"a top-level domain is a word too", {u"www", u"a", u"co", u"uk"}, {u"uk.co.a.www", u"co.a.www"}},
+    {"the nearest www", {u"www", u"a", u"www", u"b", u"com"}, {u"com.b.www"}},
 };
 
 TEST(scan_spoken_uris, finds_addresses_in_words) {
@@ -100,6 +101,13 @@ TEST(scan_spoken_uris, finds_addresses_in_words) {
         scan_spoken_uris(c.words, uris);
         EXPECT_EQ(values_of(uris), c.expected);
     }
+}
+
+TEST(may_spell_uris, finds_the_word_wherever_it_stands) {
+    for (const wstring_view text : {u"www", u"www a", u"a www.b", u"ab www", u"wwww.www.", u"wwwww abc www"})
+        EXPECT_TRUE(may_spell_uris(text)) << string(text.begin(), text.end());
+    for (const wstring_view text : {u"", u"ww", u"wwww", u"awww b", u"a http://www.b.com", u"www: wwwwww ww w"})
+        EXPECT_FALSE(may_spell_uris(text)) << string(text.begin(), text.end());
 }
 
 TEST(scan_spoken_uris, leaves_longer_ones) {

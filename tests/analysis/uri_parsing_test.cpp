@@ -41,7 +41,8 @@ const text_case prefix_cases[] = {
 TEST(strip_uri_prefix, leaves_host_and_path) {
     for (const auto& c : prefix_cases) {
         SCOPED_TRACE(c.label);
-        EXPECT_EQ(strip_uri_prefix(c.text), c.expected);
+        wstring scratch;
+        EXPECT_EQ(strip_uri_prefix(c.text, scratch), c.expected);
     }
 }
 
@@ -74,7 +75,8 @@ const text_case escape_cases[] = {
 TEST(decode_uri_escapes, resolves_each_once) {
     for (const auto& c : escape_cases) {
         SCOPED_TRACE(c.label);
-        EXPECT_EQ(decode_uri_escapes(c.text), c.expected);
+        wstring scratch;
+        EXPECT_EQ(decode_uri_escapes(c.text, scratch), c.expected);
     }
 }
 
@@ -164,6 +166,8 @@ TEST(find_uri_start, finds_the_first_of_three) {
     EXPECT_EQ(find_uri_start(u"httpwww.https:http:", 5), 8U);
     EXPECT_EQ(find_uri_start(u"httpwww.https:http:", 9), 14U);
     EXPECT_EQ(find_uri_start(u"http https ftp: www HTTP: http", 0), wstring_view::npos);
+    EXPECT_EQ(find_uri_start(u"http: with.full.stops:and colons: before the second https:", 1), 52U);
+    EXPECT_EQ(find_uri_start(u"wwwhttp.www:https.wwww.", 0), 19U);
 }
 
 TEST(is_top_level_domain, knows_its_table) {

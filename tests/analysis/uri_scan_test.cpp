@@ -16,6 +16,16 @@ using tackle::string;
 using tackle::wstring;
 using tackle::wstring_view;
 
+wstring stripped(wstring_view candidate) {
+    wstring scratch;
+    return wstring(strip_uri_prefix(candidate, scratch));
+}
+
+wstring decoded(wstring_view text) {
+    wstring scratch;
+    return wstring(decode_uri_escapes(text, scratch));
+}
+
 // The rules as they read: a walk over the whole list for each address, a call inside the call for each hidden one.
 class literal_scan {
 public:
@@ -37,13 +47,13 @@ public:
     }
 
     void scan(const wstring& candidate, bool strict_host, bool recursive) {
-        const auto s = decode_uri_escapes(strip_uri_prefix(candidate));
+        const auto s = decoded(stripped(candidate));
         wstring value;
         if (reverse_domain(extract_host_and_path(s, strict_host), value)) {
             add(value, u"Input: \"" + candidate + u"\"", true);
             if (!recursive) return;
             scan_query_values(candidate);
-            scan_query_values(decode_uri_escapes(candidate));
+            scan_query_values(decoded(candidate));
         } else if (recursive) {
             const auto start = find_uri_start(s, 0);
             if (start != wstring::npos && start > 0) scan(s.substr(start), strict_host, true);
@@ -56,7 +66,7 @@ private:
         for (std::size_t i = 1; i < pieces.size(); ++i) {
             const auto parts = tackle::split(pieces[i], u"=");
             if (parts.size() > 2) continue;
-            auto value = decode_uri_escapes(parts.back());
+            auto value = decoded(parts.back());
             for (const wstring word : {u"inurl:", u"site:"})
                 if (value.starts_with(word)) value.erase(0, word.size());
             scan(value, true, false);

@@ -6,7 +6,7 @@
 #include "foundation/scope.h"
 #include "platform/random.h"
 
-#include <atomic>
+#include <chrono>
 #include <span>
 #include <utility>
 
@@ -18,6 +18,11 @@ namespace transport = tackle::internet::transport;
 namespace {
 
 constexpr std::uint16_t community_port = 2409;
+
+std::uint64_t now_ms() {
+    const auto since = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
+}
 
 string key_of(const packet& header, const string& secret) {
     return tackle::coding::md5_digest(string(header.nonce.data(), header.nonce.size()) + secret);
@@ -33,20 +38,26 @@ string ciphered(const string& key, string text) {
 // How many bytes the value of a signature takes behind its code, without a count; 0 for a counted one.
 std::size_t fixed_size(std::uint64_t code) { return code == 0 ? 4 : code < 64 ? 16 : 0; }
 
-string take_value(packet& payload) {
-    std::uint64_t code = 0;
-    string value;
-    if (!payload.read_number(code)) return value;
-    if (const std::size_t size = fixed_size(code); size != 0) {
-        value = payload.body.substr(payload.read_position, size);
-        payload.read_position += size;
-    } else if (!payload.read_text(value)) {
-        value.clear();
-    }
-    return value;
-}
-
 } // namespace
+
+std::vector<asked_signature> signatures_of(const seen_request& query) {
+    packet payload;
+    payload.body = query.payload;
+    std::uint64_t count = 0;
+    (void)payload.read_number(count);
+    std::vector<asked_signature> all;
+    for (; count > 0; --count) {
+        auto& [code, value] = all.emplace_back();
+        if (!payload.read_number(code)) return all;
+        if (const std::size_t size = fixed_size(code); size != 0) {
+            value = payload.body.substr(payload.read_position, size);
+            payload.read_position += value.size();
+        } else {
+            (void)payload.read_text(value);
+        }
+    }
+    return all;
+}
 
 namespace {
 
@@ -102,6 +113,12 @@ public:
     }
 };
 
+struct server::visit {
+    peer_socket socket;
+    std::atomic<bool> ended = false;
+    std::jthread thread;
+};
+
 server::server(const ip4& address, string secret, script what_to_do)
     : secret_(std::move(secret)), script_(std::move(what_to_do)) {
     datagrams_.create(address);
@@ -114,6 +131,7 @@ server::server(const ip4& address, string secret, script what_to_do)
     door_.listen();
     datagram_thread_ = std::jthread([this] { serve_datagrams(); });
     connection_thread_ = std::jthread([this] { serve_connections(); });
+    late_thread_ = std::jthread([this] { send_late_answers(); });
 }
 
 server::~server() {
@@ -122,12 +140,11 @@ server::~server() {
     door_.close_socket();
     datagram_thread_.join();
     connection_thread_.join();
-    {
-        const scope lock(&lock_);
-        for (auto& connection : connections_)
-            connection->close_socket();
-    }
-    workers_.clear();
+    late_news_.set();
+    late_thread_.join();
+    for (auto& open : visits_)
+        open.socket.close_socket();
+    visits_.clear();
 }
 
 void server::learn(string wire_value, std::vector<std::uint64_t> entry) {
@@ -135,7 +152,16 @@ void server::learn(string wire_value, std::vector<std::uint64_t> entry) {
     knowledge_[std::move(wire_value)] = std::move(entry);
 }
 
+void server::keep_nothing() {
+    const scope lock(&lock_);
+    keeps_requests_ = false;
+}
+
 void server::receive_with(welcome kind) {
+    if (kind == welcome::refuse) {
+        door_closed_ = true;
+        door_.close_socket();
+    }
     const scope lock(&lock_);
     welcome_ = kind;
 }
@@ -170,14 +196,10 @@ behaviour server::honest(const seen_request& request) {
     if (request.header.operation == 0) return {{{reply_to(request, 0, describe("Test", "Loopback", "honest"))}}};
     if (!request.digest_good) return {{{reply_to(request, 2, "")}}};
     if (request.header.operation != query) return {{{reply_to(request, 0, "")}}};
-    packet payload;
-    payload.body = request.payload;
-    std::uint64_t count = 0;
-    (void)payload.read_number(count);
     packet entries;
-    for (; count > 0; --count) {
+    for (const auto& asked : signatures_of(request)) {
         const scope lock(&lock_);
-        const auto known = knowledge_.find(take_value(payload));
+        const auto known = knowledge_.find(asked.value);
         if (known == knowledge_.end())
             entries.write_number(0);
         else
@@ -215,6 +237,8 @@ void server::note(const seen_request& request) {
         ++probes_;
         return;
     }
+    ++(request.by_connection ? connection_count_ : datagram_count_);
+    if (!keeps_requests_) return;
     requests_.push_back(request);
     if (request.header.operation == report && request.digest_good) reports_.push_back(request.payload);
     news_.set();
@@ -251,22 +275,69 @@ void server::serve_datagrams() {
             if (!header.parse(bytes)) continue;
             seen_request request = take_apart(header);
             request.peer = peer;
-            for (const auto& reply : decide(request).answers)
-                (reply.from_elsewhere ? elsewhere_ : datagrams_).send_to(peer, reply.bytes);
+            behaviour reply = decide(request);
+            if (reply.delay_ms == 0) {
+                send(reply.answers, peer);
+                continue;
+            }
+            const scope lock(&lock_);
+            late_.emplace(now_ms() + reply.delay_ms, late_answers{std::move(reply.answers), peer});
+            late_news_.set();
         } catch (const tackle::exception&) { // the end, or a client that is gone
         }
     }
 }
 
+void server::send(const std::vector<answer>& answers, const ip4& peer) {
+    for (const auto& reply : answers)
+        (reply.from_elsewhere ? elsewhere_ : datagrams_).send_to(peer, reply.bytes);
+}
+
+void server::send_late_answers() {
+    while (!ending_.wait(0)) {
+        std::multimap<std::uint64_t, late_answers>::node_type due;
+        std::uint32_t wait_ms = tackle::infinite;
+        {
+            const scope lock(&lock_);
+            late_news_.reset();
+            if (const auto first = late_.begin(); first != late_.end()) {
+                const auto now = now_ms();
+                if (first->first > now)
+                    wait_ms = static_cast<std::uint32_t>(first->first - now);
+                else
+                    due = late_.extract(first);
+            }
+        }
+        if (due.empty()) {
+            if (!ending_.wait(0)) (void)late_news_.wait(wait_ms);
+            continue;
+        }
+        try {
+            send(due.mapped().answers, due.mapped().peer);
+        } catch (const tackle::exception&) { // the end, or a client that is gone
+        }
+    }
+}
+
+// The ends of threads that nobody has joined keep their stacks.
+void server::drop_ended_visits() {
+    std::erase_if(visits_, [](const visit& one) { return one.ended.load(); });
+}
+
 void server::serve_connections() {
     while (!ending_.wait(0)) {
         try {
-            auto connection = std::make_unique<peer_socket>();
-            connection->accept(door_);
-            const scope lock(&lock_);
-            auto& kept = *connections_.emplace_back(std::move(connection));
-            workers_.emplace_back([this, &kept] { serve_connection(kept); });
-        } catch (const tackle::exception&) { // the end
+            drop_ended_visits();
+            auto& next = visits_.emplace_back();
+            next.ended = true; // until it has a thread
+            next.socket.accept(door_);
+            next.ended = false;
+            next.thread = std::jthread([this, &next] {
+                serve_connection(next.socket);
+                next.ended = true;
+            });
+        } catch (const tackle::exception&) { // the end, of all or of connections
+            if (door_closed_) (void)ending_.wait();
         }
     }
 }
@@ -294,6 +365,7 @@ void server::serve_connection(peer_socket& connection) {
         seen_request request = take_apart(header);
         request.by_connection = true;
         const behaviour reply = decide(request);
+        if (reply.delay_ms != 0) (void)ending_.wait(reply.delay_ms);
         for (const auto& part : reply.answers)
             for (string_view rest = part.bytes; !rest.empty();) {
                 const std::size_t count = reply.byte_by_byte ? 1 : rest.size();

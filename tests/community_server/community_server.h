@@ -8,10 +8,11 @@
 #include "network/tcp_raw.h"
 #include "network/udp_raw.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <map>
-#include <memory>
 #include <thread>
 #include <vector>
 
@@ -38,6 +39,13 @@ struct seen_request {
 // What a signature's value on the wire, as it stands behind its code, is answered with: the seven numbers of an entry.
 using knowledge = std::map<string, std::vector<std::uint64_t>>;
 
+// One signature of a query.
+struct asked_signature {
+    std::uint64_t code = 0;
+    string value; // as it stands on the wire behind the code, a count left out
+};
+[[nodiscard]] std::vector<asked_signature> signatures_of(const seen_request& query);
+
 struct answer {
     string bytes;                // of the whole packet, or whatever else
     bool from_elsewhere = false; // a datagram of another address
@@ -45,14 +53,16 @@ struct answer {
 
 enum class welcome : std::uint8_t {
     read,
-    close, // without a word
-    reset, // with the request unread
+    close,  // without a word
+    reset,  // with the request unread
+    refuse, // for good
 };
 
 struct behaviour {
     std::vector<answer> answers; // one after the other; none is silence
     bool byte_by_byte = false;   // over a connection, each byte sent by itself
     bool left_open = false;      // a connection, until the server ends
+    std::uint32_t delay_ms = 0;  // until the answers go out; nobody else waits for it
 };
 
 class server {
@@ -73,6 +83,8 @@ public:
     void learn(string wire_value, std::vector<std::uint64_t> entry);
     // What happens to connections from now on, before anything else.
     void receive_with(welcome kind);
+    // From now on nothing of the requests is kept but their number: for servers that get millions.
+    void keep_nothing();
 
     // The honest answer: header, indicator and payload.
     [[nodiscard]] behaviour honest(const seen_request& request);
@@ -84,13 +96,24 @@ public:
     // Blocks until so many requests that are no status probes have come, and returns all of them.
     [[nodiscard]] std::vector<seen_request> wait_for(std::size_t count);
     [[nodiscard]] std::size_t probes();
+    // Requests that are no probes, as they came in, whole and with a header.
+    [[nodiscard]] std::uint64_t datagrams() const { return datagram_count_; }
+    [[nodiscard]] std::uint64_t connections() const { return connection_count_; }
     [[nodiscard]] std::vector<string> reports(); // payloads of reports with a good digest
 
 private:
+    class peer_socket;
+    struct visit; // one connection and its thread
+    struct late_answers {
+        std::vector<answer> answers;
+        ip4 peer;
+    };
     void serve_datagrams();
     void serve_connections();
-    class peer_socket;
     void serve_connection(peer_socket& connection);
+    void send_late_answers();
+    void send(const std::vector<answer>& answers, const ip4& peer);
+    void drop_ended_visits();
     [[nodiscard]] seen_request take_apart(const packet& header) const;
     [[nodiscard]] behaviour decide(const seen_request& request);
     void note(const seen_request& request);
@@ -103,16 +126,22 @@ private:
     std::vector<seen_request> requests_;
     std::vector<string> reports_;
     std::size_t probes_ = 0;
+    std::atomic<std::uint64_t> datagram_count_ = 0;
+    std::atomic<std::uint64_t> connection_count_ = 0;
+    std::atomic<bool> door_closed_ = false;
+    bool keeps_requests_ = true;
     welcome welcome_ = welcome::read;
+    std::multimap<std::uint64_t, late_answers> late_; // by the millisecond in which they are due
     tackle::event news_{false};
+    tackle::event late_news_{false};
     tackle::event ending_{false};
     tackle::internet::transport::udp::raw datagrams_;
     tackle::internet::transport::udp::raw elsewhere_;
     tackle::internet::transport::tcp::raw door_;
-    std::vector<std::unique_ptr<peer_socket>> connections_;
-    std::vector<std::jthread> workers_; // one for each connection
+    std::list<visit> visits_;
     std::jthread datagram_thread_;
     std::jthread connection_thread_;
+    std::jthread late_thread_;
 };
 
 } // namespace brimwarden::community_server

@@ -1,29 +1,22 @@
-#include "tests/community_server/community_server.h"
-#include "tests/engine/client.h"
+#include "tests/engine_community/community.h"
 
 #include <algorithm>
-#include <array>
 
 // The community through the exports alone, with a real peer. A program of its own: once a group is set there is no way
 // back to an engine without one.
 namespace {
 
-using brimwarden::community_server::behaviour;
-using brimwarden::community_server::seen_request;
-using brimwarden::community_server::server;
+using client::behaviour;
+using client::community;
+using client::generous_ms;
+using client::seen_request;
+using client::server;
+using client::set_group;
+using client::small_message;
+using client::statistics;
+using client::statistics_of;
 using client::text;
-
-constexpr std::string_view message =
-    "Received: from relay (203.0.113.9) by here\r\nFrom: a@b.example\r\nTo: c@d.example\r\n"
-    "Subject: x\r\n\r\nbody\r\n";
-constexpr std::uint32_t generous_ms = 60'000;
-
-text wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
-
-engine_status set_group(std::string_view group, std::uint32_t rediscovery_seconds = 0) {
-    return BRMX_Spam_SetCommunityServerGroup(wide(group).data(), static_cast<std::uint32_t>(group.size()),
-                                             rediscovery_seconds);
-}
+using client::wide;
 
 engine_status set_state(std::string_view state) {
     return BRMX_Engine_SetState(wide(state).data(), static_cast<std::uint32_t>(state.size()));
@@ -40,13 +33,6 @@ std::uint32_t sessions_made() {
     std::uint32_t made = 0;
     EXPECT_EQ(BRMX_Engine_GetSessionInformation(nullptr, &made), status_ok);
     return made;
-}
-
-using statistics = std::array<std::uint32_t, 7>;
-statistics statistics_of(std::uint32_t handle) {
-    statistics s{};
-    EXPECT_EQ(BRMX_Spam_GetCommunityStatistics2(handle, &s[0], &s[1], &s[2], &s[3], &s[4], &s[5], &s[6]), status_ok);
-    return s;
 }
 
 // The tests stand in this order on purpose: they live through the engine's life.
@@ -93,36 +79,12 @@ TEST(engine_without_community, reads_the_first_record_of_a_state) {
     EXPECT_EQ(set_state("1\rA\r\rA\r"), status_ok);
 }
 
-class community : public client::engine {
-protected:
-    // One server, and the group is its address.
-    void serve(server::script what_to_do = {}) {
-        peer_.reset(); // not all systems have a second place for another one
-        address_ = server::fresh_address();
-        peer_ = std::make_unique<server>(address_, "secret", std::move(what_to_do));
-        ASSERT_EQ(set_group(host()), status_ok);
-        ASSERT_EQ(BRMX_Spam_GetCommunityHealth(0, nullptr, nullptr, nullptr), status_ok); // the probe is over
-    }
-    std::string host() const { return address_.to_string(tackle::internet::address::numeric_host); }
-    std::uint32_t open_member() {
-        const auto handle = open_session(message);
-        const text secret = wide("secret");
-        EXPECT_EQ(BRMX_Spam_SetCommunityCredentials(handle, 1, 300, secret.data(), 6), status_ok);
-        return handle;
-    }
-    server& peer() { return *peer_; }
-
-private:
-    brimwarden::community_server::ip4 address_;
-    std::unique_ptr<server> peer_;
-};
-
 std::ptrdiff_t count_lines(std::uint32_t handle, const client::line& line) {
     return std::ranges::count(client::trace_of(handle), line);
 }
 
 TEST_F(community, is_unavailable_without_a_group) {
-    const auto handle = open_session(message);
+    const auto handle = open_session(small_message);
     std::int32_t probability = -1;
     EXPECT_EQ(BRMX_Spam_GetProbability(handle, 0, &probability), community_unavailable);
     EXPECT_GE(probability, 0);
@@ -170,45 +132,6 @@ TEST_F(community, knows_an_address) {
     EXPECT_EQ(told.substr(1), "\x01\x09"); // one identity, 9
 }
 
-struct failure_case {
-    const char* label;
-    std::uint32_t indicator;
-    engine_status status;
-};
-
-const failure_case failure_cases[] = {
-    {"credentials", 2, community_invalid_credentials},
-    {"an error", 3, community_protocol_error},
-    {"an answer without entries", 0, community_protocol_error},
-};
-
-TEST_F(community, failures_of_a_query_leave_the_scan_its_own_answer) {
-    for (const auto& c : failure_cases) {
-        SCOPED_TRACE(c.label);
-        serve([&](server& self, const seen_request& request) {
-            if (request.header.operation == 0) return self.honest(request);
-            return behaviour{{{server::reply_to(request, c.indicator, "")}}};
-        });
-        const auto handle = open_member();
-        std::int32_t probability = -1;
-        EXPECT_EQ(BRMX_Spam_GetProbability(handle, generous_ms, &probability), c.status);
-        EXPECT_GE(probability, 0);
-        EXPECT_EQ(peer().wait_for(1).size(), 1U); // no update
-        EXPECT_EQ(count_lines(handle, {0, "Executing Request:"}), 1);
-    }
-}
-
-TEST_F(community, a_failing_update_spoils_nothing) {
-    serve([](server& self, const seen_request& request) {
-        if (request.header.operation != 3) return self.honest(request);
-        return behaviour{{{server::reply_to(request, 7, "")}}};
-    });
-    const auto handle = open_member();
-    std::int32_t probability = -1;
-    EXPECT_EQ(BRMX_Spam_GetProbability(handle, generous_ms, &probability), status_ok);
-    EXPECT_EQ(count_lines(handle, {0, "Executing Request:"}), 2);
-}
-
 TEST_F(community, takes_reports_and_revokes) {
     serve();
     const auto handle = open_member();
@@ -231,7 +154,7 @@ TEST_F(community, refuses_credentials_without_a_secret_or_a_session) {
     EXPECT_EQ(BRMX_Spam_SetCommunityCredentials(1, 1, 1, nullptr, 0), null_argument);
     const brmx_char none = 0;
     EXPECT_EQ(BRMX_Spam_SetCommunityCredentials(0xFFFFFF, 1, 1, &none, 0), unknown_session);
-    EXPECT_EQ(BRMX_Spam_SetCommunityCredentials(open_session(message), 2, 1, &none, 0), status_ok);
+    EXPECT_EQ(BRMX_Spam_SetCommunityCredentials(open_session(small_message), 2, 1, &none, 0), status_ok);
 }
 
 TEST_F(community, tells_its_health) {
@@ -262,30 +185,6 @@ TEST_F(community, comes_back_with_the_state) {
     EXPECT_EQ(reachable, 1U);
     const auto handle = open_member();
     EXPECT_EQ(handle, 4097U);
-}
-
-// Any byte of an answer may be anything: each scan ends in a status of the community.
-TEST_F(community, survives_hostile_answers) {
-    std::size_t cut = 0;
-    std::size_t length = 1000;
-    serve([&](server& self, const seen_request& request) {
-        behaviour reply = self.honest(request);
-        if (request.header.operation != 2) return reply;
-        auto& bytes = reply.answers.front().bytes;
-        length = bytes.size();
-        if (cut < length)
-            bytes.resize(cut);
-        else
-            bytes[16 + (cut - length) / 2] = cut % 2 == 0 ? '\xFF' : '\x01';
-        return reply;
-    });
-    const auto handle = open_member();
-    for (cut = 16; cut < length + 2 * (length - 16); ++cut) {
-        std::int32_t probability = -1;
-        const auto status = BRMX_Spam_GetProbability(handle, generous_ms, &probability);
-        EXPECT_TRUE(status == status_ok || status == community_protocol_error) << cut << ": " << status;
-        EXPECT_GE(probability, 0);
-    }
 }
 
 TEST_F(community, ends_with_the_engine) {

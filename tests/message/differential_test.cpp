@@ -51,10 +51,15 @@ private:
                                             "QUJD",
                                             "QQ",
                                             "=41=zz",
+                                            "a=4",
+                                            "=3D3D3D41",
+                                            "=0D",
+                                            "=2D=2Da",
                                             "----",
                                             "--",
                                             "-",
                                             "begin 644 a.txt",
+                                            "begin 644 b\n#0V%T\nend",
                                             "begin 644 ",
                                             "begin 644",
                                             "begin",
@@ -112,7 +117,7 @@ private:
             add(any_line());
         for (unsigned count = depth < 5 ? below(4) : 0; count > 0; --count) {
             if (below(5) != 0) add("--" + inner);
-            if (below(8) == 0) {
+            if (below(4) == 0) {
                 add_attached(depth);
             } else {
                 add_part(depth + 1);
@@ -127,12 +132,20 @@ private:
         const string outer = std::exchange(message_, {});
         add_part(depth + 2);
         const string inner = std::exchange(message_, outer);
-        add("Content-Type: application/octet-stream; name=x.eml");
-        if (below(2) == 0) {
-            add(one_of({"", "Content-Transfer-Encoding: quoted-printable\n", "Content-Disposition: inline\n"}));
+        // A few links that hold each other, with boundaries that may be those around them, and text in each.
+        while (below(4) != 0) {
+            add("Content-Type: application/octet-stream; name=x.eml");
+            if (below(2) == 0) add(" ; boundary=" + boundary());
+            if (below(2) == 0) add("Content-Transfer-Encoding: quoted-printable");
+            if (below(8) == 0) add("Content-Transfer-Encoding: base64");
+            if (below(8) != 0) add("");
+            if (below(16) == 0) add(any_line());
+        }
+        if (below(4) != 0) {
             message_ += inner;
             return;
         }
+        add("Content-Type: application/octet-stream; name=x.eml");
         add("Content-Transfer-Encoding: base64");
         add("");
         const string encoded = base64_encode(inner, true);

@@ -63,6 +63,9 @@ TEST(unstructured_value, decodes_encoded_words) {
         value.parse(c.raw);
         EXPECT_EQ(value.value(), c.expected);
         EXPECT_EQ(value.charset(), c.charset_after);
+        unstructured_value_type tried;
+        EXPECT_TRUE(tried.try_parse(c.raw));
+        EXPECT_EQ(tried.value(), c.expected);
     }
 }
 
@@ -71,6 +74,12 @@ TEST(unstructured_value, raises_what_it_cannot_read) {
     EXPECT_THROW(value.parse("=?utf-8?Q?=ZZ?="), coding::translate::invalid_codeword);
     EXPECT_THROW(value.parse("=?shift_jis?Q?=81?="), unicode::generic);
     EXPECT_THROW(value.parse("=?cp9999?Q?a=80?="), unicode::invalid_codepage);
+    parametized_value_type parametized;
+    for (const string word : {"=?utf-8?Q?=ZZ?=", "=?shift_jis?Q?=81?=", "=?cp9999?Q?a=80?="}) {
+        EXPECT_FALSE(value.try_parse("a " + word)) << word;
+        EXPECT_FALSE(parametized.try_parse(word + "; a=b")) << word;
+        EXPECT_FALSE(parametized.try_parse("x; a=\"" + word + "\"")) << word;
+    }
     value.parse("=?utf-8?Q?=E2=82=AC?=");
     string out = "kept";
     EXPECT_THROW(value.value_in(out, 28591), unicode::unmappable_character);
@@ -145,6 +154,9 @@ TEST(parametized_value, reads_value_and_parameters) {
         SCOPED_TRACE(c.label);
         parametized_value_type value;
         value.parse(c.raw);
+        EXPECT_EQ(value.value(), c.value);
+        EXPECT_EQ(all(value.parameters()), c.parameters);
+        EXPECT_TRUE(value.try_parse(c.raw));
         EXPECT_EQ(value.value(), c.value);
         EXPECT_EQ(all(value.parameters()), c.parameters);
     }

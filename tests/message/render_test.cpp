@@ -2,6 +2,7 @@
 
 #include "foundation/line_buffer.h"
 #include "foundation/unicode.h"
+#include "tests/message/round_trip.h"
 
 #include <gtest/gtest.h>
 
@@ -71,6 +72,44 @@ TEST(render, writes_the_model) {
 TEST(render, starts_a_new_part_with_defaults) {
     EXPECT_EQ(part().render(), (lines{"Content-Type: text/plain; charset=\"iso-8859-1\"",
                                       "Content-Transfer-Encoding: quoted-printable", ""}));
+}
+
+struct round_trip_case {
+    const char* label;
+    string message;
+    round_trip::outcome expected;
+};
+const round_trip_case round_trip_cases[] = {
+    {"nothing", "", round_trip::outcome::same},
+    {"text and a file",
+     "x: y\ncontent-type: multipart/mixed; boundary=b\n\npre\n--b\ncontent-type: text/html; charset=utf-8\n"
+     "content-transfer-encoding: quoted-printable\n\n=C3=A9 \n\n--b\ncontent-type: a/b; name=c\n"
+     "content-transfer-encoding: base64\n\nAAEC\n--b--\nrest",
+     round_trip::outcome::same},
+    {"an attached message", "content-type: application/octet-stream; name=a.eml\n\nsubject: x\n\nbody\n",
+     round_trip::outcome::same},
+    {"a file that was uuencoded", "\nbegin 6 f\n#0V%T\nend\ny", round_trip::outcome::same},
+    {"a name that becomes another", "\nbegin 6 a\vb\n#0V%T\nend\ny", round_trip::outcome::not_promised},
+    {"data that would end the part",
+     "content-type: multipart/mixed; boundary=b\n\n--b\ncontent-transfer-encoding: quoted-printable\n\n=2D-b\n",
+     round_trip::outcome::not_promised},
+    {"children that are left out", "content-type: m/x; boundary=b\n\n--b\n\n--b\n\n",
+     round_trip::outcome::not_promised},
+};
+
+TEST(render, loads_again_to_the_same_tree) {
+    for (const round_trip_case& c : round_trip_cases)
+        EXPECT_EQ(round_trip::compare(part(c.message)), c.expected) << c.label;
+    unsigned same = 0;
+    unsigned all = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(BRMX_SOURCE_DIR "/samples")) {
+        if (entry.path().extension() != ".eml") continue;
+        const auto outcome = round_trip::compare(part(wstring_view(entry.path().u16string())));
+        EXPECT_NE(outcome, round_trip::outcome::different) << entry.path();
+        same += outcome == round_trip::outcome::same ? 1 : 0;
+        ++all;
+    }
+    EXPECT_EQ(same, all); // nothing in real mail is beyond the promise
 }
 
 TEST(save, writes_a_file_that_loads_again) {

@@ -4,6 +4,7 @@
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -15,19 +16,38 @@ MARKED = str(SAMPLES / "already-processed.eml")
 ZIPPED = str(SAMPLES / "attachments.eml")
 
 
-def run(*arguments, given=b""):
-    ran = subprocess.run([*COMMAND, *arguments], input=given, capture_output=True, check=False)
+def run(*arguments, given=b"", user=None, **environment):
+    ran = subprocess.run([*COMMAND, *arguments], input=given, capture_output=True, check=False,
+                         env=os.environ | environment, user=user)
     return ran.returncode, ran.stdout.decode("utf-8"), ran.stderr.decode("utf-8", "replace")
+
+
+def traces(*arguments, given=b""):
+    answers = [json.loads(line) for line in run("--json", *arguments, given=given)[1].splitlines()]
+    return {a["file"]: a["trace"] for a in answers}
 
 
 class brmx_scan(unittest.TestCase):
     def test_wrong_usage_is_told_and_ends_with_2(self):
         for arguments in [(), ("--nonsense", MARKED), ("--jobs",), ("--jobs", "0", MARKED), ("--jobs", "x", MARKED),
-                          ("--credentials", "1:x:y", MARKED), ("--timeout=-1", MARKED), ("--state=", MARKED)]:
+                          ("--credentials", "1:x:y", MARKED), ("--timeout=-1", MARKED), ("--state=", MARKED),
+                          ("--fail-above", "101", MARKED), ("--mbox=", MARKED), ("--color=on", MARKED)]:
             with self.subTest(arguments=arguments):
                 status, out, error = run(*arguments)
                 self.assertEqual((status, out), (2, ""))
                 self.assertIn("brmx-scan: ", error)
+
+    def test_a_slip_of_the_pen_is_answered_by_the_nearest_option(self):
+        self.assertIn("did you mean --summary?", run("--sumary", MARKED)[2])
+
+    def test_every_option_is_in_the_manual_and_completed_by_each_shell(self):
+        folder = SAMPLES.parent / "tools" / "brmx_scan"
+        options = set(re.findall(r"^  --([a-z-]+)", run("--help")[1], flags=re.M))
+        self.assertGreater(len(options), 15)
+        for name, option in [("brmx-scan.1.in", r"^\.It Fl Fl ([a-z-]+)"), ("completion.bash", r"--([a-z-]+)"),
+                             ("completion.zsh", r"--([a-z-]+)"), ("completion.fish", r"-l ([a-z-]+)")]:
+            with self.subTest(file=name):
+                self.assertEqual(set(re.findall(option, (folder / name).read_text(), flags=re.M)), options)
 
     def test_help_and_version_need_no_message(self):
         status, out, _ = run("--help")
@@ -83,6 +103,12 @@ class brmx_scan(unittest.TestCase):
             self.assertEqual((status, out, path.read_bytes()), (1, "", b"nonsense"))
             self.assertIn("no state to go on from", error)
 
+    def test_a_pattern_is_expanded_where_the_shell_does_not(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "a1.eml").write_bytes(b"")
+            status, out, _ = run(os.path.join(folder, "a*.eml"))
+            self.assertEqual((status, "a1.eml" in out), (0, True) if len(COMMAND) > 1 else (1, False))
+
     def test_standard_input_is_a_message(self):
         given = b"Content-Type: application/x\r\nMessage-ID: <a@b>\r\n\r\na\r\nb\n"
         status, out, _ = run("--trace", "-", given=given)
@@ -104,6 +130,34 @@ class brmx_scan(unittest.TestCase):
             self.assertIsNone(answers[0]["status"])
             self.assertEqual((answers[1]["status_name"], answers[1]["probability"]), ("message_too_deep", None))
 
+    @unittest.skipIf(len(COMMAND) > 1, "an emulator's rights are not those of its host's files")
+    def test_what_rights_forbid_to_read_does_not_stop_the_run(self):
+        # Root may read everything, so it steps down to a user that owns nothing.
+        user = 65534 if os.geteuid() == 0 else None
+        with tempfile.TemporaryDirectory() as folder:
+            top = pathlib.Path(folder)
+            top.chmod(0o755)
+            for name in ("a-closed/hidden.eml", "b-open/closed.eml", "b-open/open.eml", "c-named.eml"):
+                (top / name).parent.mkdir(exist_ok=True)
+                (top / name).write_bytes(b"Subject: x\r\n\r\n")
+            closed = [top / "b-open/closed.eml", top / "c-named.eml", top / "a-closed"]
+            for path in closed:
+                path.chmod(0)
+            try:
+                try:
+                    status, out, error = run(folder, str(closed[1]), str(closed[2]), MARKED, user=user)
+                except PermissionError:
+                    self.skipTest("another user may not run the program where it stands")
+                self.assertEqual(status, 1)
+                self.assertEqual([line[4:] for line in out.splitlines()], [str(top / "b-open/open.eml"), MARKED])
+                for path in closed:
+                    self.assertIn(f"{path}: ", error)
+                self.assertNotIn("hidden.eml", error)
+                answers = [json.loads(line) for line in run("--json", str(closed[1]), user=user)[1].splitlines()]
+                self.assertEqual([(a["file"], a["status"]) for a in answers], [(str(closed[1]), None)])
+            finally:
+                closed[2].chmod(0o755)
+
     def test_directories_are_searched_in_order_and_threads_cannot_be_seen(self):
         with tempfile.TemporaryDirectory() as folder:
             for number in range(40):
@@ -115,6 +169,108 @@ class brmx_scan(unittest.TestCase):
             self.assertEqual((status, len(names)), (0, 40))
             self.assertEqual(names, sorted(names))
             self.assertEqual(run("--json", "--jobs=16", folder)[:2], (0, one))
+
+    def test_another_process_another_order_and_other_threads_say_the_same(self):
+        def answers(*arguments):
+            status, out, _ = run("--json", "--languages", *arguments)
+            self.assertEqual(status, 0)
+            return {(answer := json.loads(line))["file"]: answer for line in out.splitlines()}
+
+        names = [str(path) for path in sorted(SAMPLES.rglob("*.eml"))]
+        one = answers("--jobs", "1", *names)
+        self.assertEqual(list(one), names)
+        self.assertEqual(answers("--jobs", "16", *names), one)
+        self.assertEqual(answers("--jobs", "1", *reversed(names)), one)
+
+    def test_messages_of_an_mbox_answer_as_they_do_alone(self):
+        text = (b"Subject: a\n\n>From x\nFrom 9:00 in 2001 the\n\nFrom 9:00 in 2001 we\nare away\n\n"
+                b"From: me\n>>From y\n\nz\n")
+        alone = {"text.eml": text, "crlf.eml": text.replace(b"\n", b"\r\n"),
+                 "long.eml": b"Subject: a\n\n" + b"x" * 600000 + b"\n\n"}
+        alone |= {path.name: path.read_bytes().rstrip(b"\r\n") + b"\n" for path in sorted(SAMPLES.glob("*.eml"))}
+        with tempfile.TemporaryDirectory() as folder:
+            for name, content in alone.items():
+                pathlib.Path(folder, name).write_bytes(content)
+            expected = traces(*(os.path.join(folder, name) for name in alone))
+            many = b""
+            for number, content in enumerate(alone.values()):
+                end = b"\r\n" if content.startswith(b"Subject: a\r") else b"\n"
+                # What looks like a separator and is none need not be marked.
+                content = re.sub(rb"^(>*From )" if number % 2 or content.startswith(b"From ")
+                                 else rb"^(>+From )", rb">\1", content, flags=re.M)
+                many += b"From a@b.example Mon Jan  1 10:00:00 2024" + end + content + end
+            for name, options, given in [("inbox", [], b""), ("-", ["--mbox", "--jobs=3"], many)]:
+                path = name if name == "-" else os.path.join(folder, name)
+                if name != "-":
+                    pathlib.Path(path).write_bytes(many)
+                got = traces(*options, path, given=given)
+                self.assertEqual(list(got), [f"{path}:{number}" for number in range(1, len(alone) + 1)])
+                for (file, trace), one in zip(expected.items(), got.values()):
+                    with self.subTest(options=options, file=file):
+                        self.assertEqual(one, trace)
+
+    def test_one_message_behind_a_separator_is_scanned_as_it_stands_but_in_an_mbox(self):
+        content = b"From a Mon Jan  1 10:00:00 2024\nSubject: a\n\n>From b\n\n"
+        with tempfile.TemporaryDirectory() as folder:
+            [as_it_stands] = traces("-", given=content).values()
+            [taken_out] = traces("--mbox", "-", given=content).values()
+            self.assertNotEqual(as_it_stands, taken_out)
+            for name, options, label, expected in [("one", [], "", as_it_stands), ("mbox", [], ":1", taken_out),
+                                                   ("a.mbox", [], ":1", taken_out),
+                                                   ("one", ["--mbox"], ":1", taken_out),
+                                                   ("mbox", ["--mbox=never"], "", as_it_stands)]:
+                with self.subTest(name=name, options=options):
+                    path = os.path.join(folder, name)
+                    pathlib.Path(path).write_bytes(content)
+                    self.assertEqual(traces(*options, path), {path + label: expected})
+            pathlib.Path(path).write_bytes(b"")
+            status, out, error = run(path)
+            self.assertEqual((status, out), (0, ""))
+            self.assertIn("there is no message", error)
+
+    def test_of_a_maildir_only_delivered_messages_count(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for below in ("cur", "new", "tmp", ".Sent/cur", ".Sent/new", ".Sent/tmp", "control"):
+                pathlib.Path(folder, below).mkdir(parents=True)
+                pathlib.Path(folder, below, "1").write_bytes(
+                    2 * b"From a Mon Jan  1 10:00:00 2024\nSubject: a\n\nb\n\n")  # a sender's trick
+            pathlib.Path(folder, "index").write_bytes(b"")
+            found = [".Sent/cur/1", ".Sent/new/1", "cur/1", "new/1"]
+            for options, below in [([], ""), (["--mbox"], ""), ([], "cur/")]:
+                names = traces(*options, os.path.join(folder, below))
+                self.assertEqual([os.path.relpath(name.replace("\\", "/"), folder) for name in names],
+                                 [name for name in found if name.startswith(below)])
+
+    def test_scripts_can_ask_for_a_limit_an_order_and_a_summary(self):
+        wrapped = str(SAMPLES / "wrapped-by-filter.eml")
+        for limit, expected in [("19", 3), ("20", 0), ("100", 0)]:
+            self.assertEqual(run("--fail-above", limit, MARKED, wrapped)[0], expected)
+        self.assertEqual(run("--fail-above=19", "missing", wrapped)[0], 1)
+        status, out, error = run("--sort", "--summary", MARKED, wrapped, ZIPPED)
+        self.assertEqual((status, out), (0, f" 30 {ZIPPED}\n 20 {wrapped}\n  0 {MARKED}\n"))
+        self.assertRegex(error, r"(?m)^3 messages, 0 failed, 0\.0 MB in ")
+        self.assertEqual(re.findall(r"^ +(\S+) +([1-9]\d*) #{50}", error, flags=re.M),
+                         [("0", "1"), ("20-29", "1"), ("30-39", "1")])
+
+    def test_colors_are_for_terminals_or_on_demand(self):
+        self.assertNotIn("\x1b", run("--trace", MARKED)[1])
+        self.assertIn("\x1b[32m  0\x1b[m ", run("--color", "--trace", MARKED, NO_COLOR="1")[1])
+        if len(COMMAND) > 1:
+            return  # the other target has no pseudo-terminals here
+        if not os.path.exists("/dev/pts/ptmx"):
+            self.skipTest("no pseudo-terminals on this machine: /dev/pts is not mounted")
+        for options, environment, expected in [([], {}, True), ([], {"NO_COLOR": "1"}, False),
+                                               ([], {"TERM": "dumb"}, False), (["--color=never"], {}, False)]:
+            with self.subTest(options=options, environment=environment):
+                ours, theirs = os.openpty()
+                with subprocess.Popen([*COMMAND, *options, MARKED, ZIPPED], stdout=theirs, stderr=theirs,
+                                      env=os.environ | {"TERM": "xterm", "NO_COLOR": ""} | environment) as running:
+                    os.close(theirs)
+                    shown = b""
+                    while b"100" not in shown.split(b"messages")[-1]:
+                        shown += os.read(ours, 4096)
+                os.close(ours)
+                self.assertEqual((running.returncode, b"\x1b[" in shown), (0, expected))
 
 
 if __name__ == "__main__":
