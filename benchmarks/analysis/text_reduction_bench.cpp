@@ -35,12 +35,11 @@ const std::vector<string_view>& real_bodies() {
 }
 
 void reduce(wstring& text) {
-    wstring compact;
     token_list tokens;
     folded_token_list folded;
     signature_list signatures;
     trace_list trace;
-    normalise_text(text, compact);
+    normalise_text(text);
     tokenise(text, tokens, word_mode);
     fold_tokens(tokens, folded);
     generate_block_signatures(folded, tokens, signatures, trace);
@@ -67,11 +66,10 @@ void measure_step(benchmark::State& state, const std::function<void(state_of_tex
 
 struct reduced {
     wstring text;
-    wstring compact;
     token_list tokens;
     folded_token_list folded;
 
-    void normalise() { normalise_text(text, compact); }
+    void normalise() { normalise_text(text); }
     void cut() {
         tokens.clear();
         tokenise(text, tokens, word_mode);

@@ -101,15 +101,6 @@ BENCHMARK(load_deep_dashes)->Apply(growing);
 void load_dash_lines(benchmark::State& state) { grow(state, deep_head(1) + "\n" + repeated("--\n", size_of(state))); }
 BENCHMARK(load_dash_lines)->Apply(growing);
 
-// Attached messages within each other, each with a boundary of its own.
-void load_attached_chain(benchmark::State& state) {
-    string head;
-    for (int depth = 0; depth < 64; ++depth)
-        head += "Content-Type: application/octet-stream; name=a.eml; boundary=" + std::to_string(depth) + "\n\n";
-    grow(state, head + "\n" + repeated("text\n", size_of(state)));
-}
-BENCHMARK(load_attached_chain)->Apply(growing);
-
 void load_line_ends(benchmark::State& state) { grow(state, "A: b\n\n" + string(size_of(state), '\n')); }
 BENCHMARK(load_line_ends)->Apply(growing);
 
@@ -129,6 +120,21 @@ void load_tiny_parts(benchmark::State& state) {
     grow(state, "Content-Type: x; boundary=a\n\n" + repeated("--a\n\nb\n", size_of(state)));
 }
 BENCHMARK(load_tiny_parts)->Apply(growing);
+
+// Parts of which no field can be read, and files whose names can't; nothing of it may cost an exception each.
+void load_unreadable_fields(benchmark::State& state) {
+    grow(state, "Content-Type: x; boundary=a\n\n" +
+                    repeated("--a\nContent-Type: application/octet-stream\nContent-Disposition: =?x?Q?=ZZ?=\n"
+                             "Content-Transfer-Encoding: =?shift_jis?Q?=81?=\n\nb\n",
+                             size_of(state)));
+}
+BENCHMARK(load_unreadable_fields)->Apply(growing);
+
+void load_unreadable_file_names(benchmark::State& state) {
+    grow(state,
+         "Content-Type: text/plain; charset=shift_jis\n\n" + repeated("begin 6 \x81\xFF\nend\n", size_of(state)));
+}
+BENCHMARK(load_unreadable_file_names)->Apply(growing);
 
 void load_header_lines(benchmark::State& state) { grow(state, repeated("A: b\n", size_of(state))); }
 BENCHMARK(load_header_lines)->Apply(growing);
