@@ -63,8 +63,6 @@ inline bool is_promised(const part& node, std::vector<string>& above, unsigned d
         return false;
     if (node.charset().empty() && type.starts_with("text/"))
         return false; // rendered without, and loaded as the default
-    // A file of that name becomes a message when it is loaded, also where it did not as it came uuencoded.
-    if (type == "application/octet-stream" && contains(to_lower(node.render_text()), ".eml")) return false;
     const bool is_multipart = type.starts_with("multipart/");
     if (node.boundary().empty()) {
         const bool wraps = type == "message/rfc822" && node.children().size() == 1 && node.data().empty();
@@ -72,6 +70,10 @@ inline bool is_promised(const part& node, std::vector<string>& above, unsigned d
     } else if (!is_multipart) {
         return false; // the rest of its children are not rendered, or its own lines would be split
     }
+    // A file named .eml becomes a message when it is loaded, also where it did not as its name could not be read, or as it
+    // came uuencoded.
+    if (type == "application/octet-stream" && part(string_view(node.render_text())).content_type() != type)
+        return false;
     const auto cuts = [&](string_view line) { return std::ranges::find(above, line) != above.end(); };
     for (const header_field field : node.headers()) {
         if (iequals(field.name, "Content-Type") && !is_readable_again(node, field.value)) return false;
