@@ -7,6 +7,7 @@
 #include <mutex>
 #include <new>
 #include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
 #include <utility>
 
 namespace tackle::platform {
@@ -95,11 +96,20 @@ conversion judge(UErrorCode error) {
     }
 }
 
+// What the page lacks becomes its substitute, or ends the conversion if `stop` is set. ICU's own callbacks of these two
+// kinds let invisible characters vanish without a word, soft hyphens and joiners for instance.
+void replace_missing(const void* stop, UConverterFromUnicodeArgs* arguments, const UChar*, std::int32_t, UChar32,
+                     UConverterCallbackReason reason, UErrorCode* error) {
+    if (reason > UCNV_IRREGULAR || stop != nullptr) return;
+    *error = U_ZERO_ERROR;
+    ucnv_cbFromUWriteSub(arguments, 0, error);
+}
+
 conversion encode(UConverter* converter, bool stop, std::u16string_view units, std::string& out) {
     UErrorCode error = U_ZERO_ERROR;
     ucnv_reset(converter);
-    ucnv_setFromUCallBack(converter, stop ? UCNV_FROM_U_CALLBACK_STOP : UCNV_FROM_U_CALLBACK_SUBSTITUTE, nullptr,
-                          nullptr, nullptr, &error);
+    static constexpr char stopping = 0;
+    ucnv_setFromUCallBack(converter, &replace_missing, stop ? &stopping : nullptr, nullptr, nullptr, &error);
     // Ten units more: for what switches the shift state, at the end among them.
     const auto room = (units.size() + 10) * static_cast<std::size_t>(ucnv_getMaxCharSize(converter));
     if (room > INT_MAX) return conversion::failed;

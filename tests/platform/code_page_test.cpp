@@ -160,6 +160,15 @@ TEST(code_page, keeps_to_shift_states_and_long_sequences) {
     }
 }
 
+// A converter may take invisible characters for none at all; a name in which they vanish would count as written whole.
+TEST(code_page, keeps_no_secret_of_a_lost_joiner) {
+    std::string bytes;
+    bool used_default = false;
+    if (narrow(51932, u"a\u200Db", bytes, &used_default) == conversion::invalid_code_page) return;
+    EXPECT_EQ(bytes, "a?b");
+    EXPECT_TRUE(used_default);
+}
+
 // Their tables are built by whoever comes first.
 TEST(code_page, is_used_by_many_threads_at_once) {
     std::vector<std::thread> threads;
