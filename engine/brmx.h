@@ -90,7 +90,10 @@ enum
     not_implemented = 0x00040000 /* a place is kept for the function, and nothing stands behind it */
 };
 
-/* ---- The engine: loaded, running, shut down, in this order and once in a load of the library ---- */
+/* ---- The engine: loaded, running, shut down, in this order and once in a load of the library ----
+ *
+ * Starting, shutting down, version, compatibility and state are served one at a time: each of them waits while another
+ * thread is inside a BRMX_Engine_Shutdown or a BRMX_Engine_SetState that blocks. */
 
 /* Starts the engine. No network, no file, no thread; returns at once.
  * returns        status_ok, engine_already_initialized (*) */
@@ -123,7 +126,8 @@ BRMX_EXPORT engine_status BRMX_Engine_VerifyCompatibility(const brmx_char* build
 
 /* Counts the blocks and bytes of the heap that the library allocates from, which is the whole process's. In every state
  * of the engine. Walks the heap, and other threads that allocate can wait for it meanwhile. The counts are cut to 32
- * bits; an argument that is null is passed over.
+ * bits; an argument that is null is passed over. Outside Windows the heap does not count its blocks in use: there
+ * used_blocks is how many pieces it has taken from the system, the other three are what they say.
  * returns        status_ok */
 BRMX_EXPORT engine_status BRMX_Engine_GetHeapInformation(uint32_t* used_blocks, uint32_t* used_bytes,
                                                          uint32_t* free_blocks, uint32_t* free_bytes);
