@@ -182,7 +182,7 @@ BRMX_EXPORT engine_status BRMX_Session_Destroy(uint32_t handle);
  * Lines under one heading are a block, and an empty line stands between two blocks.
  * line           counts from 0; ask on until index_out_of_range
  * indent         out: 0 for a heading or an empty line, 1 for a line below a heading, more in the tree of parts
- * text           buffer, or null; the line without leading blanks, empty ones included
+ * text           buffer, or null; the line without its indentation; empty ones are lines, too
  * text_length    in: size of the buffer, out: length of the line
  * returns        status_ok, buffer_too_small (indent unwritten), index_out_of_range, unknown_session, session_busy,
  *                null_argument (indent or text_length) (*) */

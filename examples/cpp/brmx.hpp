@@ -258,7 +258,7 @@ struct scan_result {
 /** One line of an explanation. */
 struct trace_line {
     std::uint32_t indent = 0; /**< 0 for a heading or an empty line, 1 and more below a heading */
-    std::string text;         /**< without leading blanks */
+    std::string text;         /**< without indentation */
 };
 
 /** How many letters of a message speak for a language. */
