@@ -367,11 +367,12 @@ void server::serve_connection(peer_socket& connection) {
         const behaviour reply = decide(request);
         if (reply.delay_ms != 0) (void)ending_.wait(reply.delay_ms);
         for (const auto& part : reply.answers)
-            for (string_view rest = part.bytes; !rest.empty();) {
-                const std::size_t count = reply.byte_by_byte ? 1 : rest.size();
-                connection.write(rest.substr(0, count));
-                rest.remove_prefix(count);
-            }
+            for (unsigned sent = 0; sent < part.times; ++sent)
+                for (string_view rest = part.bytes; !rest.empty();) {
+                    const std::size_t count = reply.byte_by_byte ? 1 : rest.size();
+                    connection.write(rest.substr(0, count));
+                    rest.remove_prefix(count);
+                }
         if (reply.left_open) (void)ending_.wait();
         connection.close_socket();
     } catch (const tackle::exception&) { // the client is gone, or this server ends

@@ -49,6 +49,7 @@ struct asked_signature {
 struct answer {
     string bytes;                // of the whole packet, or whatever else
     bool from_elsewhere = false; // a datagram of another address
+    unsigned times = 1;          // over a connection, this often in a row
 };
 
 enum class welcome : std::uint8_t {
