@@ -13,7 +13,7 @@ enum class conversion {
     too_small,         // the result is longer than any text of that many bytes or units can become
     invalid_code_page, // no such code page on this target
     unmappable,        // strict only: the bytes stand for no text. Or the system found no place for the units
-    failed,            // anything else; a text of 2 GB and more among it
+    failed,            // anything else: a text of 2 GB and more, bytes that only shift and stand for no unit
 };
 
 // Replaces `out` by the units that `bytes` stand for. Bytes without meaning, a cut-off sequence at the end among them,

@@ -3,6 +3,7 @@
 #include "platform/posix/converters.h"
 #include "platform/posix/flat_page.h"
 #include "platform/posix/sequence_page.h"
+#include "platform/posix/utf7.h"
 #include "platform/posix/utf8.h"
 
 #include <climits>
@@ -11,7 +12,8 @@ namespace tackle::platform {
 namespace {
 
 constexpr std::uint32_t system_page = 0;
-constexpr std::uint32_t symbol_page = 42; // bytes from 20 up lie in the private use area
+constexpr std::uint32_t symbol_page = 42;  // bytes from 20 up lie in the private use area
+constexpr std::uint32_t utf7_page = 65000; // for reading; ICU writes it
 constexpr std::uint32_t utf8_page = 65001;
 
 conversion widen_symbols(std::string_view bytes, std::u16string& out) {
@@ -31,15 +33,14 @@ conversion narrow_symbols(std::u16string_view units, std::string& out) {
     return conversion::ok;
 }
 
-} // namespace
-
-conversion widen(std::uint32_t code_page, std::string_view bytes, bool strict, std::u16string& out) {
-    out.clear();
-    if (bytes.empty()) return conversion::ok;
-    if (bytes.size() > INT_MAX) return conversion::failed; // the same limit as on the other target
+conversion widen_some(std::uint32_t code_page, std::string_view bytes, bool strict, std::u16string& out) {
     if (code_page == system_page) code_page = 1252;
     if (code_page == utf8_page) {
         decode_utf8(bytes, out);
+        return conversion::ok;
+    }
+    if (code_page == utf7_page) {
+        decode_utf7(bytes, out);
         return conversion::ok;
     }
     if (code_page == symbol_page) return widen_symbols(bytes, out);
@@ -49,6 +50,16 @@ conversion widen(std::uint32_t code_page, std::string_view bytes, bool strict, s
     const auto* const page = find_flat_page(*row);
     if (page == nullptr) return conversion::invalid_code_page;
     return page->widen(bytes, strict, out) ? conversion::ok : conversion::unmappable;
+}
+
+} // namespace
+
+conversion widen(std::uint32_t code_page, std::string_view bytes, bool strict, std::u16string& out) {
+    out.clear();
+    if (bytes.empty()) return conversion::ok;
+    if (bytes.size() > INT_MAX) return conversion::failed; // the same limit as on the other target
+    const auto status = widen_some(code_page, bytes, strict, out);
+    return status == conversion::ok && out.empty() ? conversion::failed : status;
 }
 
 conversion narrow(std::uint32_t code_page, std::u16string_view units, std::string& out, bool* used_default) {

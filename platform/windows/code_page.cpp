@@ -29,6 +29,7 @@ conversion widen(std::uint32_t code_page, std::string_view bytes, bool strict, s
     if (bytes.size() > INT_MAX) return conversion::failed;
     const auto size = static_cast<int>(bytes.size());
     out.resize(bytes.size());
+    SetLastError(ERROR_SUCCESS); // bytes that stand for no unit leave it as it was
     const int length = MultiByteToWideChar(code_page, strict ? MB_ERR_INVALID_CHARS : 0, bytes.data(), size,
                                            reinterpret_cast<wchar_t*>(out.data()), size);
     if (length <= 0) return judge(conversion::invalid_code_page, conversion::unmappable);

@@ -127,13 +127,26 @@ TEST(code_page, refuses_pages_that_nobody_has) {
 }
 
 TEST(code_page, reads_and_writes_utf7) {
-    std::u16string units;
-    std::string bytes;
-    EXPECT_EQ(widen(65000, "1 +- 1 +AOk-!", false, units), conversion::ok);
-    EXPECT_EQ(units, u"1 + 1 \u00E9!");
-    EXPECT_EQ(narrow(65000, units, bytes, nullptr), conversion::ok);
-    EXPECT_EQ(widen(65000, bytes, false, units), conversion::ok);
-    EXPECT_EQ(units, u"1 + 1 \u00E9!");
+    const widen_case cases[] = {
+        {"what the standard has", 0, "1 +- 1 +AOk-!+2D3eAA-", u"1 + 1 \u00E9!\U0001F600"},
+        {"what it does not admit", 0, std::string("\\~\0\x01\x7F", 5), std::u16string(u"\\~\0\x01\x7F", 5)},
+        {"8-bit text", 0, "+AOk\xE9", u"\u00E9\u00E9"},
+        {"no minus at the end", 0, "+AOk.+AOkA", u"\u00E9.\u00E9"},
+        {"left-over bits are dropped", 0, "+AO.+AOk-", u".\u00E9"},
+        {"but not in front of 8-bit text", 0, "+AO\xE9+AOk-", u"\u00E9\u00E0"},
+        {"shifts alone", 0, "+", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        std::u16string units;
+        EXPECT_EQ(widen(65000, c.bytes, false, units), c.units ? conversion::ok : conversion::failed);
+        if (!c.units) continue;
+        EXPECT_EQ(units, *c.units);
+        std::string bytes;
+        EXPECT_EQ(narrow(65000, units, bytes, nullptr), conversion::ok);
+        EXPECT_EQ(widen(65000, bytes, false, units), conversion::ok);
+        EXPECT_EQ(units, *c.units);
+    }
 }
 
 // Not every system has these; whoever has them reads and writes them alike.

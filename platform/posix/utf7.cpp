@@ -1,0 +1,58 @@
+#include "platform/posix/utf7.h"
+
+#include <array>
+#include <cstdint>
+
+namespace tackle::platform {
+namespace {
+
+constexpr std::uint8_t no_digit = 64;
+
+constexpr auto digits = [] {
+    std::array<std::uint8_t, 256> all{};
+    all.fill(no_digit);
+    std::uint8_t digit = 0;
+    for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"))
+        all[static_cast<std::uint8_t>(c)] = digit++;
+    return all;
+}();
+
+} // namespace
+
+// ICU's decoder refuses backslashes, tildes, control characters and 8-bit text, all of which the other target reads, and
+// signatures are made from them.
+void decode_utf7(std::string_view bytes, std::u16string& out) {
+    out.clear();
+    out.reserve(bytes.size());
+    std::uint32_t bits = 0;
+    int have = 0;
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        if (bytes[at] != '+') {
+            out += static_cast<char16_t>(static_cast<std::uint8_t>(bytes[at]));
+            continue;
+        }
+        if (bytes.substr(at + 1).starts_with('-')) {
+            out += u'+';
+            ++at;
+            continue;
+        }
+        while (at + 1 < bytes.size()) {
+            const auto byte = static_cast<std::uint8_t>(bytes[at + 1]);
+            const std::uint32_t digit = digits[byte];
+            if (digit == no_digit) {
+                if (byte < 0x80) have = 0; // bits left over go on behind 8-bit text: so does the other target
+                if (byte == '-') ++at;
+                break;
+            }
+            bits = bits << 6 | digit;
+            have += 6;
+            if (have >= 16) {
+                have -= 16;
+                out += static_cast<char16_t>(bits >> have);
+            }
+            ++at;
+        }
+    }
+}
+
+} // namespace tackle::platform
