@@ -7,7 +7,8 @@
 namespace tackle::platform {
 
 // Conversion between bytes in a code page, named by its Windows number, and 16-bit units. Any thread. Code page 0 is
-// the system's own on Windows and 1252 elsewhere.
+// the system's own on Windows and 1252 elsewhere; 1, 2 and 3 are its console's (437), Macintosh's (10000) and the
+// thread's (1252).
 enum class conversion {
     ok,
     too_small,         // the result is longer than any text of that many bytes or units can become

@@ -7,14 +7,20 @@
 #include "platform/posix/utf8.h"
 
 #include <climits>
+#include <iterator>
 
 namespace tackle::platform {
 namespace {
 
-constexpr std::uint32_t system_page = 0;
-constexpr std::uint32_t symbol_page = 42;  // bytes from 20 up lie in the private use area
-constexpr std::uint32_t utf7_page = 65000; // for reading; ICU writes it
+constexpr std::uint32_t symbol_page = 42; // bytes from 20 up lie in the private use area
+constexpr std::uint32_t utf7_page = 65000;
 constexpr std::uint32_t utf8_page = 65001;
+
+// The lowest numbers stand for pages of the system: its own, that of its consoles, of Macintosh, and of the thread.
+constexpr std::uint32_t meant_by(std::uint32_t code_page) {
+    constexpr std::uint32_t system_pages[] = {1252, 437, 10000, 1252};
+    return code_page < std::size(system_pages) ? system_pages[code_page] : code_page;
+}
 
 conversion widen_symbols(std::string_view bytes, std::u16string& out) {
     for (const char c : bytes) {
@@ -34,7 +40,7 @@ conversion narrow_symbols(std::u16string_view units, std::string& out) {
 }
 
 conversion widen_some(std::uint32_t code_page, std::string_view bytes, bool strict, std::u16string& out) {
-    if (code_page == system_page) code_page = 1252;
+    code_page = meant_by(code_page);
     if (code_page == utf8_page) {
         decode_utf8(bytes, out);
         return conversion::ok;
@@ -67,9 +73,13 @@ conversion narrow(std::uint32_t code_page, std::u16string_view units, std::strin
     if (used_default != nullptr) *used_default = false;
     if (units.empty()) return conversion::ok;
     if (units.size() > INT_MAX / 4) return conversion::failed;
-    if (code_page == system_page) code_page = 1252;
+    code_page = meant_by(code_page);
     if (code_page == utf8_page) {
         encode_utf8(units, out);
+        return conversion::ok;
+    }
+    if (code_page == utf7_page) {
+        encode_utf7(units, out);
         return conversion::ok;
     }
     if (code_page == symbol_page) return narrow_symbols(units, out);

@@ -131,7 +131,6 @@ constexpr converter_row converters[] = {
     {57009, sequence, true, "ISCII,version=8"},
     {57010, sequence, true, "ISCII,version=3"},
     {57011, sequence, true, "ISCII,version=2"},
-    {65000, sequence, true, "UTF-7"},
 };
 static_assert(std::ranges::is_sorted(converters, {}, &converter_row::code_page));
 

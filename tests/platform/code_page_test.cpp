@@ -20,6 +20,9 @@ TEST(widen, reads_bytes_of_a_code_page) {
     const widen_case cases[] = {
         {"euro sign of western Windows", 1252, "\x80 A", u"\u20AC A"},
         {"the system's page", 0, "caf\xE9", u"caf\u00E9"},
+        {"the page of its consoles", 1, "caf\x82", u"caf\u00E9"},
+        {"Macintosh's page", 2, "caf\x8E", u"caf\u00E9"},
+        {"the thread's page", 3, "caf\xE9", u"caf\u00E9"},
         {"Cyrillic", 1251, "\xCF\xF0\xE8", u"\u041F\u0440\u0438"},
         {"Cyrillic for mail", 20866, "\xF0\xD2\xC9", u"\u041F\u0440\u0438"},
         {"Latin-9", 28605, "\xA4", u"\u20AC"},
@@ -147,6 +150,10 @@ TEST(code_page, reads_and_writes_utf7) {
         EXPECT_EQ(widen(65000, bytes, false, units), conversion::ok);
         EXPECT_EQ(units, *c.units);
     }
+
+    std::string bytes;
+    EXPECT_EQ(narrow(65000, u"\u00E9!~+~a+b", bytes, nullptr), conversion::ok);
+    EXPECT_EQ(bytes, "+AOkAIQB+-+-+AH4-a+-b");
 }
 
 // Not every system has these; whoever has them reads and writes them alike.
