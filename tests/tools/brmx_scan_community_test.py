@@ -86,7 +86,7 @@ class community(unittest.TestCase):
         self.assertEqual([(r["mode"], r["id"], r["good"]) for r in self.seen()], [(7, 4294967295, True)] * 2)
 
     def test_refused_credentials_leave_the_local_answer(self):
-        status, out, error = self.scan("-", given=SHORT, secret="wrong")
+        status, out, error = self.scan("-", given=SHORT, secret="wr\u00f6ng")
         self.assertEqual((status, out), (0, " 60 -\n"))
         self.assertIn("community_invalid_credentials; the number comes from local tests alone", error)
         status, out, error = self.scan("--report", "-", given=SHORT, secret="wrong")

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,9 @@
 namespace brmx_scan {
 
 int run(const std::vector<std::string>& arguments); // main.cpp: the program behind the system's own entry point
+
+// The value of an environment variable; nothing if it is not set.
+[[nodiscard]] std::optional<std::string> environment_value(const char* name);
 
 enum class stream : std::uint8_t { output, error };
 

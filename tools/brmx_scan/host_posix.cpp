@@ -5,6 +5,11 @@
 
 namespace brmx_scan {
 
+std::optional<std::string> environment_value(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
 bool is_terminal(stream which) noexcept { return isatty(which == stream::output ? STDOUT_FILENO : STDERR_FILENO) == 1; }
 
 bool takes_escapes(stream which) noexcept {

@@ -1,8 +1,9 @@
 #include "tools/brmx_scan/options.h"
 
+#include "tools/brmx_scan/host.h"
+
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <limits>
 #include <string_view>
 
@@ -191,9 +192,8 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
             return result;
         }
     }
-    const char* const from_environment = std::getenv("BRMX_CREDENTIALS");
-    if (!values.asked.identity && from_environment != nullptr &&
-        !read_credentials(from_environment, values.asked.identity)) {
+    const auto from_environment = environment_value("BRMX_CREDENTIALS");
+    if (!values.asked.identity && from_environment && !read_credentials(*from_environment, values.asked.identity)) {
         result.error = "BRMX_CREDENTIALS has to be MODE:ID:SECRET with two numbers in front";
     } else if (values.paths.empty() && !values.help && !values.version && !values.health) {
         result.error = "no message given; name files, directories, or - for standard input";
