@@ -32,13 +32,11 @@ void packet::write_text(string_view bytes) {
 
 // Groups beyond 64 bits fall out at the top: that spoils the sender's own packet and nothing else.
 bool packet::read_number(std::uint64_t& value) {
-    std::uint64_t number = 0;
+    value = 0;
     while (read_position < body.size()) {
         const auto group = static_cast<std::uint8_t>(body[read_position++]);
-        number = number << 7 | (group & 0x7F);
-        if ((group & 0x80) != 0) continue;
-        value = number;
-        return true;
+        value = value << 7 | (group & 0x7F);
+        if ((group & 0x80) == 0) return true;
     }
     return false;
 }
