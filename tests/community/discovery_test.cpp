@@ -39,10 +39,10 @@ TEST(discovery, the_default_group_gets_the_fallback_addresses) {
     community_client client(ip4(0, 0), deployment::default_group_host, 0);
     server_map servers;
     client.server_snapshot(servers);
-    EXPECT_EQ(servers.size(), 6U);
+    servers.erase(ip4(0x7F000001, 2409)); // the one that it stands for, if the system knows any
+    EXPECT_EQ(servers.size(), deployment::fallback_addresses.size());
     for (const auto& fallback : deployment::fallback_addresses)
         EXPECT_TRUE(servers.contains(ip4::from_numeric(fallback, 2409)));
-    EXPECT_TRUE(servers.contains(ip4(0x7F000001, 2409)));
 }
 
 struct status_case {
