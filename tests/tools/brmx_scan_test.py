@@ -16,6 +16,9 @@ MARKED = str(SAMPLES / "already-processed.eml")
 ZIPPED = str(SAMPLES / "attachments.eml")
 
 
+NATIVE = unittest.skipIf(len(COMMAND) > 1, "what the other system does not have")
+
+
 def run(*arguments, given=b"", user=None, **environment):
     ran = subprocess.run([*COMMAND, *arguments], input=given, capture_output=True, check=False,
                          env=os.environ | environment, user=user)
@@ -31,7 +34,8 @@ class brmx_scan(unittest.TestCase):
     def test_wrong_usage_is_told_and_ends_with_2(self):
         for arguments in [(), ("--nonsense", MARKED), ("--jobs",), ("--jobs", "0", MARKED), ("--jobs", "x", MARKED),
                           ("--credentials", "1:x:y", MARKED), ("--timeout=-1", MARKED), ("--state=", MARKED),
-                          ("--fail-above", "101", MARKED), ("--mbox=", MARKED), ("--color=on", MARKED)]:
+                          ("--fail-above", "101", MARKED), ("--mbox=", MARKED), ("--color=on", MARKED),
+                          ("--trace=no", MARKED)]:
             with self.subTest(arguments=arguments):
                 status, out, error = run(*arguments)
                 self.assertEqual((status, out), (2, ""))
@@ -84,6 +88,17 @@ class brmx_scan(unittest.TestCase):
             self.assertEqual((status, answer["file"]), (0, path))
             self.assertIn("\\u0001", out)
 
+    @NATIVE
+    def test_no_name_can_command_a_terminal_or_pretend_to_be_an_answer(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "\x1b[2J\u009b2J\n  0 \u00e4.eml")
+            shown = os.path.join(folder, "?[2J?2J?  0 \u00e4.eml")
+            self.assertEqual(run(path), (1, "", f"brmx-scan: {shown}: No such file or directory\n"))
+            pathlib.Path(path).write_bytes(b"")
+            self.assertEqual(run(folder), (0, f"100 {shown}\n", ""))
+            out = run("--json", folder)[1]
+            self.assertEqual((json.loads(out)["file"], out[:-1].isprintable()), (path, True))
+
     def test_without_a_community_there_is_nothing_to_tell_it(self):
         for arguments in [("--report", MARKED), ("--revoke", MARKED), ("--health",)]:
             with self.subTest(arguments=arguments):
@@ -103,6 +118,17 @@ class brmx_scan(unittest.TestCase):
             self.assertEqual((status, out, path.read_bytes()), (1, "", b"nonsense"))
             self.assertIn("no state to go on from", error)
 
+    @NATIVE
+    def test_the_state_can_be_a_link_and_shared_by_processes(self):
+        with tempfile.TemporaryDirectory() as folder:
+            link = os.path.join(folder, "link")
+            os.symlink("state", link)
+            pathlib.Path(folder, "state").write_bytes(b"1\rB\r\rA\r")
+            running = [subprocess.Popen([*COMMAND, "--state", link, MARKED], stdout=subprocess.PIPE) for _ in range(16)]
+            self.assertEqual([(each.communicate(), each.returncode)[1] for each in running], [0] * 16)
+            self.assertEqual(sorted(os.listdir(folder)), ["link", "state"])
+            self.assertTrue(os.path.islink(link))
+
     def test_a_pattern_is_expanded_where_the_shell_does_not(self):
         with tempfile.TemporaryDirectory() as folder:
             pathlib.Path(folder, "a1.eml").write_bytes(b"")
@@ -115,6 +141,24 @@ class brmx_scan(unittest.TestCase):
         self.assertEqual(status, 0)
         self.assertIn("application/x -- ID: ", out)
         self.assertIn("Bytes: 8, Logical Root", out)  # three line ends became six bytes
+
+    @NATIVE
+    def test_streams_that_fail_are_no_empty_messages_and_no_success(self):
+        unreadable = os.open(SAMPLES, os.O_RDONLY)
+        self.addCleanup(os.close, unreadable)
+        with open("/dev/full", "wb") as full:
+            for arguments in [("-",), ("--mbox", "-"), ("--jobs", "2", "-")]:
+                ran = subprocess.run([*COMMAND, *arguments], stdin=unreadable, capture_output=True, check=False)
+                self.assertEqual((ran.returncode, ran.stdout), (1, b""), arguments)
+            for arguments in [("--help",), ("--version",), (MARKED,)]:
+                ran = subprocess.run([*COMMAND, *arguments], stdout=full, stderr=subprocess.PIPE, check=False)
+                self.assertEqual((ran.returncode, ran.stderr),
+                                 (1, b"brmx-scan: standard output could not be written\n"), arguments)
+
+    @NATIVE
+    def test_what_is_no_utf_8_is_refused_before_any_thread_sees_it(self):
+        self.assertEqual(run("--jobs", "2", MARKED, BRMX_CREDENTIALS="1:2:\udcff")[:2], (2, ""))
+        self.assertEqual(run("--community", "\udcff", MARKED)[:2], (2, ""))
 
     def test_unreadable_messages_do_not_stop_the_run(self):
         nested = b"Content-Type: message/rfc822\r\n\r\n" * 66

@@ -110,7 +110,7 @@ public:
     }
 
     void introduce(const credentials& identity) const {
-        const auto secret = for_interface(to_units(identity.secret));
+        const auto secret = for_interface(identity.secret);
         BRMX_Spam_SetCommunityCredentials(handle, identity.mode, identity.id, secret.data(),
                                           static_cast<std::uint32_t>(secret.size()));
     }
@@ -156,8 +156,8 @@ scan_result engine::work_on(const std::string& message, const questions& asked) 
     return result;
 }
 
-engine_status engine::join_community(const std::string& group, std::uint32_t rediscovery_seconds) const {
-    const auto name = for_interface(to_units(group));
+engine_status engine::join_community(const std::u16string& group, std::uint32_t rediscovery_seconds) const {
+    const auto name = for_interface(group);
     return BRMX_Spam_SetCommunityServerGroup(name.data(), static_cast<std::uint32_t>(name.size()), rediscovery_seconds);
 }
 
@@ -180,8 +180,12 @@ std::u16string get_state() {
     return from_interface(text, length);
 }
 
-std::u16string to_units(const std::string& text) {
-    return std::filesystem::path(std::u8string(text.begin(), text.end())).u16string();
+std::optional<std::u16string> to_units(const std::string& text) {
+    try {
+        return std::filesystem::path(std::u8string(text.begin(), text.end())).u16string();
+    } catch (const std::filesystem::filesystem_error&) {
+        return {};
+    }
 }
 
 const char* status_name(engine_status status) noexcept {

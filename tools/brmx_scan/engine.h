@@ -24,7 +24,7 @@ struct language_share {
 struct credentials {
     std::uint32_t mode = 0;
     std::uint32_t id = 0;
-    std::string secret; // UTF-8
+    std::u16string secret;
 };
 
 enum class action : std::uint8_t { scan, report, revoke };
@@ -78,7 +78,7 @@ public:
     [[nodiscard]] scan_result work_on(const std::string& message, const questions& asked) const;
 
     // Waits until the host name has been looked up.
-    [[nodiscard]] engine_status join_community(const std::string& group, std::uint32_t rediscovery_seconds) const;
+    [[nodiscard]] engine_status join_community(const std::u16string& group, std::uint32_t rediscovery_seconds) const;
     // Waits until the servers have been probed.
     [[nodiscard]] community_health health() const;
 };
@@ -87,8 +87,8 @@ public:
 [[nodiscard]] engine_status set_state(const std::u16string& text);
 [[nodiscard]] std::u16string get_state();
 
-// UTF-8 as UTF-16. Throws std::exception for what is no UTF-8.
-[[nodiscard]] std::u16string to_units(const std::string& text);
+// UTF-8 as UTF-16; nothing for what is no UTF-8.
+[[nodiscard]] std::optional<std::u16string> to_units(const std::string& text);
 
 // The name of a status in the interface, "unknown_status" for one it does not list.
 [[nodiscard]] const char* status_name(engine_status status) noexcept;

@@ -1,6 +1,8 @@
 #include "tools/brmx_scan/host.h"
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <ios>
 #include <unistd.h>
 
 namespace brmx_scan {
@@ -17,7 +19,13 @@ bool takes_escapes(stream which) noexcept {
     return is_terminal(which) && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
-void prepare_streams() noexcept {}
+// A file or a socket would get the number of a stream that is closed, and with it what is meant for the stream. What
+// stands there instead is open the wrong way round: to use it fails, as it would have.
+void prepare_streams() noexcept {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    std::ios::sync_with_stdio(false); // synchronised, standard input takes a failure for its end
+}
 
 } // namespace brmx_scan
 

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <ios>
 #include <string_view>
 
 namespace brmx_scan {
@@ -43,6 +44,7 @@ void prepare_streams() noexcept {
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY); // the same output on every target, line ends too
     SetConsoleOutputCP(CP_UTF8);
+    std::ios::sync_with_stdio(false); // synchronised, standard input takes a failure for its end
 }
 
 } // namespace brmx_scan

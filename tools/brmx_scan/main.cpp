@@ -21,7 +21,7 @@ enum exit_status { all_scanned = 0, some_failed = 1, wrong_usage = 2, some_above
 
 void write(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
-void complain(const std::string& text) { std::fprintf(stderr, "brmx-scan: %s\n", text.c_str()); }
+void complain(const std::string& text) { std::fprintf(stderr, "brmx-scan: %s\n", printable_name(text).c_str()); }
 
 look look_of(stream shown, const options& chosen) {
     const char* const no_color = std::getenv("NO_COLOR");
@@ -103,15 +103,11 @@ exit_status work(const options& chosen) {
     if (!chosen.state.empty()) load_state(chosen.state);
     if (chosen.group) {
         const auto status = running.join_community(*chosen.group, chosen.rediscovery_seconds);
-        if (status != status_ok) throw std::runtime_error(*chosen.group + ": " + explain(status));
+        if (status != status_ok) throw std::runtime_error(to_utf8(*chosen.group) + ": " + explain(status));
     }
     const auto health = chosen.health ? show_health(running, chosen.json) : all_scanned;
     const auto scanned = scan(running, chosen);
     if (!chosen.state.empty()) save_state(chosen.state);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        complain("standard output could not be written");
-        return some_failed;
-    }
     return health == all_scanned ? scanned : health;
 }
 
@@ -120,24 +116,27 @@ exit_status work(const options& chosen) {
 int run(const std::vector<std::string>& arguments) {
     const auto [chosen, error] = parse_options(arguments);
     if (!error.empty()) {
-        std::fprintf(stderr, "brmx-scan: %s\nTry 'brmx-scan --help'.\n", error.c_str());
+        complain(error);
+        std::fputs("Try 'brmx-scan --help'.\n", stderr);
         return wrong_usage;
     }
     prepare_streams();
-    if (chosen.help) {
-        std::fputs(usage_text, stdout);
-        return all_scanned;
-    }
+    exit_status outcome = all_scanned;
     try {
-        if (chosen.version) {
-            std::printf("brmx-scan %s\n", version_text().c_str());
-            return all_scanned;
+        if (chosen.help) {
+            write(usage_text);
+        } else if (chosen.version) {
+            write("brmx-scan " + version_text() + '\n');
+        } else {
+            outcome = work(chosen);
         }
-        return work(chosen);
     } catch (const std::exception& failure) {
         complain(failure.what());
-        return some_failed;
+        outcome = some_failed;
     }
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return outcome;
+    complain("standard output could not be written");
+    return some_failed;
 }
 
 } // namespace brmx_scan

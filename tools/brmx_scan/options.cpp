@@ -72,7 +72,9 @@ bool read_credentials(std::string_view text, std::optional<credentials>& out) {
     credentials read;
     if (!read_number(text.substr(0, first), any, read.mode)) return false;
     if (!read_number(text.substr(first + 1, second - first - 1), any, read.id)) return false;
-    read.secret = text.substr(second + 1);
+    const auto secret = to_units(std::string(text.substr(second + 1)));
+    if (!secret) return false;
+    read.secret = *secret;
     out = std::move(read);
     return true;
 }
@@ -126,14 +128,14 @@ constexpr setting settings[] = {
      }},
     {"--community", "a host name",
      [](options& o, std::string_view value) {
-         o.group = value;
-         return !value.empty();
+         o.group = to_units(std::string(value));
+         return o.group && !value.empty();
      }},
     {"--rediscover", "a number of seconds",
      [](options& o, std::string_view value) { return read_number(value, any_number, o.rediscovery_seconds); }},
     {"--timeout", "a number of milliseconds",
      [](options& o, std::string_view value) { return read_number(value, any_number, o.asked.timeout_ms); }},
-    {"--credentials", "MODE:ID:SECRET with two numbers in front",
+    {"--credentials", "MODE:ID:SECRET with two numbers in front, in UTF-8",
      [](options& o, std::string_view value) { return read_credentials(value, o.asked.identity); }},
     {"--state", "a file name",
      [](options& o, std::string_view value) {
@@ -168,7 +170,10 @@ std::string take_option(const std::vector<std::string>& arguments, std::size_t& 
     const auto equals = argument.find('=');
     const auto name = argument.substr(0, equals);
     const auto* known = std::ranges::find(settings, name, &setting::name);
-    if (known == std::end(settings)) return unknown_option(name);
+    if (known == std::end(settings)) {
+        const bool is_flag = std::ranges::find(flags, name, &flag::name) != std::end(flags);
+        return is_flag ? std::string(name) + " takes no value" : unknown_option(name);
+    }
     const bool joined = equals != argument.npos;
     if (!joined && index + 1 == arguments.size()) return std::string(name) + " needs a value behind it";
     const std::string_view value = joined ? argument.substr(equals + 1) : std::string_view(arguments[++index]);
@@ -194,7 +199,7 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
     }
     const auto from_environment = environment_value("BRMX_CREDENTIALS");
     if (!values.asked.identity && from_environment && !read_credentials(*from_environment, values.asked.identity)) {
-        result.error = "BRMX_CREDENTIALS has to be MODE:ID:SECRET with two numbers in front";
+        result.error = "BRMX_CREDENTIALS has to be MODE:ID:SECRET with two numbers in front, in UTF-8";
     } else if (values.paths.empty() && !values.help && !values.version && !values.health) {
         result.error = "no message given; name files, directories, or - for standard input";
     }

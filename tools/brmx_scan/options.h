@@ -22,7 +22,7 @@ struct options {
     bool sort = false; // by probability
     std::optional<int> fail_above;
     bool health = false;
-    std::optional<std::string> group; // the community's host name
+    std::optional<std::u16string> group; // the community's host name
     std::uint32_t rediscovery_seconds = 0;
     std::string state; // file name; empty for none
     bool help = false;

@@ -1,5 +1,6 @@
 #include "tools/brmx_scan/output.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace brmx_scan {
@@ -86,6 +87,12 @@ std::size_t sequence_length(std::string_view text) {
     return overlong || outside ? 0 : length;
 }
 
+// True if the sequence at the front is a control character: up to 0x9F its last byte is its number.
+bool is_control(std::string_view text, std::size_t length) {
+    if (length != 1 && (length != 2 || text[0] != '\xC2')) return false;
+    return is_control(static_cast<unsigned char>(text[length - 1]));
+}
+
 // File names are bytes on some systems; what is no UTF-8 is replaced, as JSON has no way to carry it.
 void append_json_bytes(std::string& out, std::string_view text) {
     out += '"';
@@ -97,8 +104,8 @@ void append_json_bytes(std::string& out, std::string_view text) {
         } else if (first == '"' || first == '\\') {
             out += '\\';
             out += text[0];
-        } else if (is_control(first)) {
-            append_escape(out, first);
+        } else if (is_control(text, length)) {
+            append_escape(out, static_cast<unsigned char>(text[length - 1]));
         } else {
             out += text.substr(0, length);
         }
@@ -172,6 +179,20 @@ std::string printable(std::u16string_view text) {
     return out;
 }
 
+std::string printable_name(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const std::size_t length = sequence_length(text);
+        if (is_control(text, length)) {
+            out += '?';
+        } else {
+            out += text.substr(0, std::max<std::size_t>(length, 1));
+        }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return out;
+}
+
 const char* color_of(int probability, const look& chosen) noexcept {
     if (!chosen.color) return "";
     if (chosen.limit) return probability > *chosen.limit ? "\x1b[31m" : "\x1b[32m";
@@ -194,7 +215,7 @@ std::string plain_report(const report& shown, const questions& asked, const look
     } else {
         return {};
     }
-    out += shown.file;
+    out += printable_name(shown.file);
     const char* before = " [";
     for (const auto& share : shown.result.languages) {
         out += before;

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <system_error>
 #include <thread>
 
 namespace brmx_scan {
@@ -101,13 +102,17 @@ void scan_all(const engine& scanner, message_feed& messages, unsigned jobs, cons
         std::vector<std::jthread> threads;
         ~stopper() { work.stop(); }
     } running{work, {}};
-    for (unsigned i = 0; i < jobs; ++i) {
-        running.threads.emplace_back([&] {
-            source message;
-            std::size_t index = 0;
-            while (work.take(message, index))
-                work.put(index, scan_one(scanner, std::move(message), asked));
-        });
+    const auto run = [&] {
+        source message;
+        std::size_t index = 0;
+        while (work.take(message, index))
+            work.put(index, scan_one(scanner, std::move(message), asked));
+    };
+    try {
+        while (running.threads.size() < jobs)
+            running.threads.emplace_back(run);
+    } catch (const std::system_error&) { // fewer than asked for will do
+        if (running.threads.empty()) throw;
     }
     while (const auto made = work.get())
         show(*made);

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 #include <system_error>
 
@@ -31,22 +32,30 @@ std::u16string last_record(std::u16string_view text) {
 void load_state(const std::string& file) {
     std::error_code ignored;
     if (!fs::exists(path_of(file), ignored)) return;
+    if (fs::is_directory(path_of(file), ignored)) throw std::runtime_error(file + ": a directory, and no file");
     std::string content;
     if (const auto failure = read_source(file, content); !failure.empty()) {
         throw std::runtime_error(file + ": " + failure);
     }
-    const auto status = set_state(to_units(content));
+    const auto text = to_units(content);
+    const auto status = text ? set_state(*text) : status_failed;
     if (status != status_ok) throw std::runtime_error(file + ": no state to go on from (" + status_name(status) + ")");
 }
 
 void save_state(const std::string& file) {
-    const auto beside = file + ".new";
-    std::ofstream out(path_of(beside), std::ios::binary | std::ios::trunc);
+    std::error_code failure;
+    auto target = fs::canonical(path_of(file), failure); // a link stays one
+    if (failure) target = path_of(file);
+    auto beside = target;
+    beside += "." + std::to_string(std::random_device()()) + ".new"; // of no other process that does the same
+    std::ofstream out(beside, std::ios::binary | std::ios::trunc);
     out << to_utf8(last_record(get_state()));
     out.close();
-    std::error_code failure;
-    if (out) fs::rename(path_of(beside), path_of(file), failure);
-    if (!out || failure) throw std::runtime_error(file + ": the state could not be written");
+    failure.clear();
+    if (out) fs::rename(beside, target, failure);
+    if (out && !failure) return;
+    fs::remove(beside, failure);
+    throw std::runtime_error(file + ": the state could not be written");
 }
 
 } // namespace brmx_scan
