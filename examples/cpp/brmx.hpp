@@ -176,12 +176,12 @@ inline units to_units(std::string_view text) {
 
 // The interface counts in 32 bits.
 inline std::uint32_t length_of(std::size_t size) {
-    if (size > std::numeric_limits<std::uint32_t>::max()) throw std::length_error("brmx: beyond 32 bits");
+    if (size > (std::numeric_limits<std::uint32_t>::max)()) throw std::length_error("brmx: beyond 32 bits");
     return static_cast<std::uint32_t>(size);
 }
 
 inline std::uint32_t milliseconds(std::chrono::milliseconds time) {
-    constexpr std::int64_t longest = std::numeric_limits<std::uint32_t>::max();
+    constexpr std::int64_t longest = (std::numeric_limits<std::uint32_t>::max)();
     return static_cast<std::uint32_t>(std::clamp<std::int64_t>(time.count(), 0, longest));
 }
 
@@ -217,7 +217,7 @@ inline void check(engine_status status) {
 
 /** How long a call may wait for the community if the caller says nothing. Not 0, see the trap at
  * BRMX_Spam_GetProbability. */
-constexpr std::chrono::milliseconds usual_timeout{5000};
+inline constexpr std::chrono::milliseconds usual_timeout{5000};
 
 /** The two texts of BRMX_Engine_GetVersion. */
 struct version_texts {
@@ -321,7 +321,7 @@ public:
      * @param rediscovery the time between two lookups; 0 leaves them to requests that fail */
     void join_community(std::string_view group, std::chrono::seconds rediscovery = std::chrono::hours(1)) {
         const auto name = detail::to_units(group);
-        constexpr std::int64_t longest = std::numeric_limits<std::uint32_t>::max();
+        constexpr std::int64_t longest = (std::numeric_limits<std::uint32_t>::max)();
         const auto seconds = std::clamp<std::int64_t>(rediscovery.count(), 0, longest);
         check(BRMX_Spam_SetCommunityServerGroup(name.data(), detail::length_of(name.size()),
                                                 static_cast<std::uint32_t>(seconds)));
@@ -387,13 +387,14 @@ public:
     }
 
     ~session() { close(); }
-    /** The other one is of no use afterwards. */
-    session(session&& other) noexcept : handle_(other.handle_), open_(std::exchange(other.open_, false)) {}
+    /** Calls of the other one throw status_error<unknown_session> afterwards. */
+    session(session&& other) noexcept
+        : handle_(std::exchange(other.handle_, 0)), open_(std::exchange(other.open_, false)) {}
     /** Ends this session and takes the other one's place. */
     session& operator=(session&& other) noexcept {
         if (this != &other) {
             close();
-            handle_ = other.handle_;
+            handle_ = std::exchange(other.handle_, 0);
             open_ = std::exchange(other.open_, false);
         }
         return *this;

@@ -177,14 +177,18 @@ def _milliseconds(seconds: float) -> int:
 _UTF_16 = f"utf-16-{sys.byteorder[0]}e"
 
 
-def _units(text: str) -> ctypes.Array:
-    encoded = text.encode(_UTF_16)
+def _units(text: str, errors: str = "strict") -> ctypes.Array:
+    encoded = text.encode(_UTF_16, errors)
     return (c_uint16 * (len(encoded) // 2)).from_buffer_copy(encoded)
 
 
 def _text(units, length: int) -> str:
     """Half a character becomes U+FFFD."""
     return ctypes.string_at(units, 2 * length).decode(_UTF_16, "replace")
+
+
+def _printable(text: str) -> str:
+    return "".join(c if c.isprintable() else " " for c in text)
 
 
 class Version(NamedTuple):
@@ -330,7 +334,7 @@ class Session:
     def explanation(self) -> str:
         """The same as one text. It quotes what a spammer wrote: control characters are blanks."""
         lines = ("    " * line.indent + line.text if line.text else "" for line in self.trace())
-        return "\n".join("".join(c if c.isprintable() else " " for c in line) for line in lines)
+        return "\n".join(map(_printable, lines))
 
     def languages(self) -> List[LanguageShare]:
         """The languages of the message, ascending by LCID. The first question replaces the trace."""
@@ -391,7 +395,8 @@ class Engine:
 
     def open_file(self, path) -> Session:
         """Opens a session on a file: any name on Windows, one in UTF-8 elsewhere (UnicodeEncodeError for others)."""
-        units, handle = _units(os.fsdecode(path)), c_uint32()
+        halves = "surrogatepass" if sys.platform == "win32" else "strict"  # where a name can have half a character
+        units, handle = _units(os.fsdecode(path), halves), c_uint32()
         _check(_library.BRMX_Session_CreateFromFile(units, len(units), handle))
         return Session(handle.value)
 
@@ -430,14 +435,16 @@ class Engine:
 def main() -> int:
     """brmx.py FILE...: prints probability, name and explanation of messages."""
     failures = 0
+    if sys.stdout:
+        sys.stdout.reconfigure(errors="replace")  # not every encoding has what a spammer writes
     with Engine() as engine:
         for name in sys.argv[1:]:
             try:
                 with engine.open_file(name) as session:
-                    print(f"{session.scan().probability:3} {name}\n{session.explanation()}\n")
-            except Error as failure:
+                    print(f"{session.scan().probability:3} {_printable(name)}\n{session.explanation()}\n")
+            except (Error, UnicodeEncodeError) as failure:
                 failures += 1
-                print(f"brmx.py: {name}: {failure}", file=sys.stderr)
+                print(f"brmx.py: {_printable(name)}: {failure}", file=sys.stderr)
     return 1 if failures else 0
 
 

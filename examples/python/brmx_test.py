@@ -172,6 +172,15 @@ class program(unittest.TestCase):
         self.assertEqual((ran.returncode, ran.stderr), (1, "brmx.py: no such file: file_not_loaded\n"))
         self.assertIn("\n    Spam Probability: 20.00\n", ran.stdout)
 
+    def test_prints_any_text_in_any_encoding(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "\u00e4.eml"
+            path.write_bytes(b'Content-Disposition: x; filename="=?utf-8?Q?=F0=9F=98=80?="\r\n\r\n')
+            strange = "no such file" if sys.platform == "win32" else "\udcff"  # no UTF-8
+            ran = subprocess.run([sys.executable, brmx.__file__, strange, str(path)], capture_output=True, check=False,
+                                 env=os.environ | {"PYTHONIOENCODING": "ascii"})
+            self.assertEqual((ran.returncode, ran.stdout[:3]), (1, b"100"), ran.stderr)
+
 
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
