@@ -52,11 +52,11 @@ bool community_client::exchange_datagram(request& sent, std::uint32_t wait_ms, c
 
 namespace {
 
-// No true answer comes near this. What lies beyond is an excess without being looked at, so it need not be kept: a
-// server that goes on and on must not take the whole memory of the program.
-constexpr std::size_t most_kept = std::size_t{64} << 20;
+// No true answer comes near this, so whatever follows is an excess and need not be waited for: a server that goes on
+// and on must take neither the whole memory of the program nor hold up its scans for ever.
+constexpr std::size_t most_read = std::size_t{64} << 20;
 
-// What the server says, up to the end of its data. Throws what the socket throws.
+// What the server says, up to the end of its data or what is read at most. Throws what the socket throws.
 string converse(raw& socket, request& sent, std::uint32_t wait_ms, const ip4& server) {
     socket.create(server);
     socket.connect(server);
@@ -67,18 +67,13 @@ string converse(raw& socket, request& sent, std::uint32_t wait_ms, const ip4& se
     ++sent.statistics->connections_made;
     sent.statistics->bytes_sent += static_cast<std::uint32_t>(bytes.size());
     string answer;
-    std::size_t received = 0;
     try {
-        for (;;) {
-            const std::size_t before = answer.size();
+        while (answer.size() < most_read)
             socket.read_some(answer);
-            received += answer.size() - before;
-            if (answer.size() > most_kept) answer.resize(most_kept);
-        }
     } catch (const raw::connection_closed&) { // how the client learns where the answer ends
-        sent.statistics->bytes_received += static_cast<std::uint32_t>(received);
-        return answer;
     }
+    sent.statistics->bytes_received += static_cast<std::uint32_t>(answer.size());
+    return answer;
 }
 
 } // namespace
