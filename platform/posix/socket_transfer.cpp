@@ -1,5 +1,6 @@
 #include "platform/posix/socket_failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <linux/errqueue.h>
@@ -76,20 +77,28 @@ bool take_refusal(int socket, void* address, std::uint32_t size, transfer& out) 
 
 enum class readiness : std::uint8_t { data, refusal, closing, too_late, failed };
 
-// Waits until something can be received, a refusal included, for as long as the socket's own limit allows.
-readiness wait_readable(int socket) noexcept {
+std::int64_t now_ns() noexcept {
+    timespec moment{};
+    clock_gettime(CLOCK_MONOTONIC, &moment);
+    return std::int64_t{moment.tv_sec} * 1'000'000'000 + moment.tv_nsec;
+}
+
+// Waits until something can be received, a refusal included, for as long as the socket's own limit allows. It counts
+// from the beginning of the call: a program whose timer hits this thread again and again must get to its end, too.
+readiness wait_readable(int socket, std::int64_t began_ns) noexcept {
     timeval limit{};
     socklen_t length = sizeof limit;
     if (getsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, &length) != 0) return readiness::failed;
+    const std::int64_t limit_ns = std::int64_t{limit.tv_sec} * 1'000'000'000 + std::int64_t{limit.tv_usec} * 1000;
+    const std::int64_t left_ms = (std::max<std::int64_t>(limit_ns - (now_ns() - began_ns), 0) + 999'999) / 1'000'000;
     // Beyond poll's range, 24 days, is as good as no limit.
-    const std::int64_t milliseconds = std::int64_t{limit.tv_sec} * 1000 + (limit.tv_usec + 999) / 1000;
-    const bool limited = milliseconds > 0 && milliseconds <= 0x7FFFFFFF;
+    const bool limited = limit_ns > 0 && left_ms <= 0x7FFFFFFF;
     pollfd ready{socket, POLLIN, 0};
-    const int got = poll(&ready, 1, limited ? static_cast<int>(milliseconds) : -1);
+    const int got = poll(&ready, 1, limited ? static_cast<int>(left_ms) : -1);
     if (got == 0) return readiness::too_late;
     if (got < 0) return errno == EINTR ? readiness::data : readiness::failed;
     if ((ready.revents & POLLERR) != 0) return readiness::refusal;
-    // A datagram socket hangs up only when close_socket has shut it down.
+    // A datagram socket hangs up only when close_socket has shut it down; a stream tells more in the next receive.
     return (ready.revents & (POLLHUP | POLLNVAL)) != 0 ? readiness::closing : readiness::data;
 }
 
@@ -107,6 +116,7 @@ transfer send_to(socket_handle socket, const void* address, std::uint32_t size, 
 }
 
 transfer receive_from(socket_handle socket, void* address, std::uint32_t size, void* out, std::size_t room) noexcept {
+    const std::int64_t began_ns = now_ns();
     for (;;) {
         iovec block{out, room};
         msghdr message{};
@@ -127,7 +137,7 @@ transfer receive_from(socket_handle socket, void* address, std::uint32_t size, v
         // A refusal leaves its report on the socket, whichever thread has got the number of it.
         auto ready = readiness::refusal;
         if (errno == EAGAIN)
-            ready = wait_readable(descriptor(socket));
+            ready = wait_readable(descriptor(socket), began_ns);
         else if (!comes_from_the_network(errno))
             ready = readiness::failed;
         if (ready == readiness::refusal && take_refusal(descriptor(socket), address, size, done)) return done;
@@ -146,10 +156,17 @@ transfer send(socket_handle socket, const void* bytes, std::size_t count) noexce
 }
 
 transfer receive(socket_handle socket, void* out, std::size_t room) noexcept {
-    for (;;) {
-        const ssize_t got = recv(descriptor(socket), out, room, 0);
+    const std::int64_t began_ns = now_ns();
+    for (int flags = 0;;) {
+        const ssize_t got = recv(descriptor(socket), out, room, flags);
         if (got >= 0) return {{}, static_cast<std::size_t>(got), 0};
-        if (errno != EINTR) return {socket_failure(errno), 0, 0};
+        if (errno == EINTR)
+            flags = MSG_DONTWAIT; // from here on the waiting is ours: a blocking call would get its whole limit again
+        else if (errno != EAGAIN || flags == 0)
+            return {socket_failure(errno), 0, 0};
+        const auto ready = wait_readable(descriptor(socket), began_ns);
+        if (ready == readiness::failed) return {socket_failure(errno), 0, 0};
+        if (ready == readiness::too_late) return {socket_failure(ETIMEDOUT), 0, 0};
     }
 }
 

@@ -2,7 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
 #include <thread>
+#ifndef _WIN32
+#include <csignal>
+#include <unistd.h>
+#endif
 
 namespace tackle::internet::transport::tcp {
 namespace {
@@ -103,6 +109,37 @@ TEST(tcp_raw, tells_a_receive_that_ran_out_of_time) {
         EXPECT_STREQ(e.what(), "internet.transport.connection_failed.connection_timed_out[recv() failed]");
     }
 }
+
+#ifndef _WIN32
+// As the timer of a profiler does: the limit of a receive is up all the same, and not later each time.
+TEST(tcp_raw, signals_do_not_put_off_the_end_of_a_receive) {
+    struct sigaction nothing {};
+    nothing.sa_handler = [](int) {};
+    sigaction(SIGUSR2, &nothing, nullptr);
+    connection pair;
+    udp::raw datagrams;
+    open_datagram(datagrams);
+    string out;
+    address::ip4 sender;
+    const std::function<void()> receives[] = {[&] { pair.client.read_some(out); },
+                                              [&] { datagrams.receive_from(sender, out, 1); }};
+    pair.client.set_receive_timeout(100);
+    datagrams.set_receive_timeout(100);
+    for (const auto& receive : receives) {
+        std::atomic<bool> over = false;
+        std::jthread receiver([&] {
+            EXPECT_THROW(receive(), generic);
+            over = true;
+        });
+        int signals = 0;
+        for (; !over && signals < 1000; ++signals) {
+            pthread_kill(receiver.native_handle(), SIGUSR2);
+            usleep(10'000);
+        }
+        EXPECT_LT(signals, 1000);
+    }
+}
+#endif
 
 // A signal or a crash would end the test program.
 TEST(tcp_raw, raises_when_it_writes_to_a_peer_that_is_gone) {
