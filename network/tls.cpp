@@ -127,11 +127,12 @@ void ssl::fill() {
         if (waiting().empty() || result == tls::incomplete_message) fill_raw();
         std::size_t used = 0;
         result = session_->decrypt(waiting(), used, receive_buffer_, reply);
-        consume(used);
         if (result == tls::ok || result == tls::incomplete_message) {
+            consume(used);
             send_all(reply);
             continue;
         }
+        // The bytes stay, so that whoever reads again hears the same and does not wait for more.
         // What the cipher can't vouch for any more must neither be read on nor written to. A peer that is done may
         // still listen.
         if (result != tls::context_expired) session_.reset();

@@ -40,7 +40,7 @@ public:
     // `block` becomes the record, or records, of a piece of at most the largest message.
     [[nodiscard]] virtual status encrypt(string_view piece, string& block) = 0;
     // Deciphers the next record, in place if it likes. Appends to `plain`, perhaps nothing; `reply` becomes what has to
-    // go to the peer. `used` is how much of `received` is done with, also with incomplete_message.
+    // go to the peer. `used` is how much of `received` is done with; of no meaning but with ok and incomplete_message.
     [[nodiscard]] virtual status decrypt(std::span<char> received, std::size_t& used, string& plain, string& reply) = 0;
 };
 
