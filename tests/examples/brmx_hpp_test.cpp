@@ -76,9 +76,8 @@ TEST(brmx_hpp, lives_through_the_life_of_the_engine) {
         EXPECT_EQ(running.sessions().open, 1U); // what failed has left nothing
 
         brmx::session moved = std::move(opened);
-        EXPECT_EQ(
-            status_of<brmx::status_error<unknown_session>>([&] { opened.scan(); }), // NOLINT(bugprone-use-after-move)
-            unknown_session);
+        // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+        EXPECT_EQ(status_of<brmx::status_error<unknown_session>>([&] { opened.scan(); }), unknown_session);
         opened = brmx::session(running, std::string_view()); // empty, and a null pointer
         EXPECT_EQ(running.sessions().open, 2U);
         moved = std::move(opened);
