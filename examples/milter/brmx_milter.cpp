@@ -80,10 +80,15 @@ struct connection {
 // Nothing that a stranger sends gets into a line of the log or of a field as it is.
 std::string safe(const char* text) { return text == nullptr ? "unknown" : escaped(text, longest_line); }
 
-void log(SMFICTX* context, std::string_view what) {
+// Also when there is no memory: it is called where nothing may be thrown any more.
+void log(SMFICTX* context, const char* what, const char* why = "") noexcept {
     static char queue_id[] = "i";
-    const std::string id = safe(smfi_getsymval(context, queue_id));
-    std::fprintf(stderr, "brmx-milter: %s: %.*s\n", id.c_str(), static_cast<int>(what.size()), what.data());
+    try {
+        const std::string id = safe(smfi_getsymval(context, queue_id));
+        std::fprintf(stderr, "brmx-milter: %s: %s%s\n", id.c_str(), what, why);
+    } catch (const std::exception&) {
+        std::fprintf(stderr, "brmx-milter: %s%s\n", what, why);
+    }
 }
 
 // No exception may reach the C library. What could not be kept whole is not scanned; but the answer is always to go on,
@@ -208,7 +213,7 @@ std::optional<verdict> judge(SMFICTX* context, connection& from) noexcept {
         if (!made) log(context, "not scanned: no time");
         return made;
     } catch (const std::exception& failure) {
-        log(context, std::string("not scanned: ") + failure.what());
+        log(context, "not scanned: ", failure.what());
         return std::nullopt;
     }
 }
