@@ -42,7 +42,7 @@ resolver_status look_up(const char* host, const char* service, std::vector<raw_a
 }
 
 resolver_status name_of(const void* address, std::uint32_t size, name_style style, std::string& out) {
-    char host[1025]; // as long as a name can get
+    char host[1025] = ""; // as long as a name can get; Wine calls an unknown one a success and leaves it out
     const int flags = (style.without_own_domain ? NI_NOFQDN : 0) | (style.numeric ? NI_NUMERICHOST : 0) |
                       (style.required ? NI_NAMEREQD : 0);
     const int result = getnameinfo(static_cast<const sockaddr*>(address), static_cast<socklen_t>(size), host,
