@@ -25,7 +25,8 @@ void progress::step(std::uint64_t bytes) {
         std::snprintf(text, sizeof text, ", %llu:%02llu:%02llu left", left / 3600, left / 60 % 60, left % 60);
         line = '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] " + line + text;
     }
-    std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
+    // Without wrapping: a narrow terminal would else get a new line each time, and only the last one is cleared.
+    std::fprintf(stderr, "\r\x1b[?7l%s\x1b[K\x1b[?7h", line.c_str());
     visible_ = true;
 }
 
