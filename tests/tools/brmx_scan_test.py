@@ -243,7 +243,7 @@ class brmx_scan(unittest.TestCase):
                 content = re.sub(rb"^(>*From )" if number % 2 or content.startswith(b"From ")
                                  else rb"^(>+From )", rb">\1", content, flags=re.M)
                 many += b"From a@b.example Mon Jan  1 10:00:00 2024" + end + content + end
-            for name, options, given in [("inbox", [], b""), ("-", ["--mbox", "--jobs=3"], many)]:
+            for name, options, given in [("inbox", [], b""), ("-", ["--mbox", "--jobs=3"], b"\r\n\n" + many)]:
                 path = name if name == "-" else os.path.join(folder, name)
                 if name != "-":
                     pathlib.Path(path).write_bytes(many)
@@ -267,7 +267,7 @@ class brmx_scan(unittest.TestCase):
                     path = os.path.join(folder, name)
                     pathlib.Path(path).write_bytes(content)
                     self.assertEqual(traces(*options, path), {path + label: expected})
-            pathlib.Path(path).write_bytes(b"")
+            pathlib.Path(path).write_bytes(b"\n")
             status, out, error = run(path)
             self.assertEqual((status, out), (0, ""))
             self.assertIn("there is no message", error)

@@ -81,6 +81,7 @@ bool mbox_reader::next(std::string& message, std::uint64_t& size) {
     for (;;) {
         const auto line = take_line();
         if (line.empty()) break;
+        if (size == 0 && is_empty_line(line)) continue; // in front of the first message: no message
         if (!candidate.empty()) {
             if (is_field(line)) {
                 carried_ = candidate.append(line);
