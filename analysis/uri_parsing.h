@@ -10,8 +10,9 @@ namespace brimwarden::analysis {
 // Where the first "http:", "https:" or "www." at or behind `from` begins; npos without one.
 [[nodiscard]] std::size_t find_uri_start(tackle::wstring_view text, std::size_t from);
 
-// strip_uri_prefix and decode_uri_escapes return a view of their text where they leave it as it is, or a part of it, and
-// use `scratch`, which must not hold the text, for anything else. The result is good as long as both are left alone.
+// strip_uri_prefix and decode_uri_escapes return a view of their text where they leave it as it is, or a part of it,
+// and use `scratch`, which must not hold the text, for anything else. The result is good as long as both are left
+// alone.
 
 // What stands behind scheme, slashes and user information, without the port. Empty for a mail address, that is an "@"
 // in the first stretch and no scheme.

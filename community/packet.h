@@ -38,8 +38,8 @@ struct packet {
 
     void write_number(std::uint64_t value);
     void write_text(string_view bytes);
-    // False at the end of the body, or if it ends inside the number; `value` then is what came of it. Takes any number of
-    // leading zero groups, and loses what does not fit 64 bits.
+    // False at the end of the body, or if it ends inside the number; `value` then is what came of it. Takes any number
+    // of leading zero groups, and loses what does not fit 64 bits.
     [[nodiscard]] bool read_number(std::uint64_t& value);
     // False if the text is not there as a whole; `bytes` then stays as it was.
     [[nodiscard]] bool read_text(string& bytes);

@@ -1,6 +1,6 @@
 // Sequences of calls with handles that are open, closed or were never given out, with lengths of all kinds, and with
-// null pointers wherever the interface promises an answer to them. Each buffer is exactly as large as is said. The end of
-// the engine is left out: it would be the end of the target.
+// null pointers wherever the interface promises an answer to them. Each buffer is exactly as large as is said. The end
+// of the engine is left out: it would be the end of the target.
 #include "fuzz/support/expect.h"
 #include "fuzz/support/input_reader.h"
 #include "fuzz/support/scripted_peer.h"

@@ -1,5 +1,5 @@
-// Loads any bytes, renders the tree, and loads that again: the same tree where the model promises it, and some tree in any
-// case. What has been rendered twice must also be what it was the first time, but for line ends at the end of bodies.
+// Loads any bytes, renders the tree, and loads that again: the same tree where the model promises it, and some tree in
+// any case.
 #include "fuzz/support/expect.h"
 #include "tests/message/round_trip.h"
 

@@ -102,8 +102,8 @@ public:
     // since its header was read; a Content-Disposition overrules that either way. Throws unicode::generic or
     // coding::translate::generic for a field that can't be read.
     [[nodiscard]] message2::attachment_info attachment_info() const;
-    // The same for whoever asks many parts: false where attachment_info throws, save for std::bad_alloc. `info` then says
-    // that there is no attachment and no name.
+    // The same for whoever asks many parts: false where attachment_info throws, save for std::bad_alloc. `info` then
+    // says that there is no attachment and no name.
     [[nodiscard]] bool try_attachment_info(message2::attachment_info& info) const;
 
     // Appends to `out` this part and those below it whose type starts with `type_prefix` (case ignored), breadth

@@ -60,8 +60,8 @@ public:
                 second_view(seconds_).substr(from.second, to.second - from.second)};
     }
 
-    // The index of the first pair from `index` on whose first text has that length; size() if there is none. Quicker than
-    // to look at the pairs themselves.
+    // The index of the first pair from `index` on whose first text has that length; size() if there is none. Quicker
+    // than to look at the pairs themselves.
     [[nodiscard]] std::size_t find_length(std::size_t length, std::size_t index) const noexcept {
         std::uint32_t begin = index == 0 ? 0 : ends_[index - 1].first;
         for (; index < ends_.size() && ends_[index].first - begin != length; ++index)

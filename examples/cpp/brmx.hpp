@@ -362,7 +362,7 @@ public:
     }
 };
 
-/** One message. It can be moved, and is not for two threads at once: the second would get status_error<session_busy>. */
+/** One message. It can be moved. Not for two threads at once: the second would get status_error<session_busy>. */
 class session final {
 public:
     /** Opens a message in memory; the bytes are copied. The engine has to outlive the session. */

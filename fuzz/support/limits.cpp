@@ -1,5 +1,5 @@
-// Holds the library as it is shipped to its limits, by the bodies of the fuzz targets: fuzz_limits TARGET FILE... runs a
-// target on each file, and fetches from the folders given what is in them. A second of processor time an input, and
+// Holds the library as it is shipped to its limits, by the bodies of the fuzz targets: fuzz_limits TARGET FILE... runs
+// a target on each file, and fetches from the folders given what is in them. A second of processor time an input, and
 // 512 MB for all of them.
 #include <cstdint>
 #include <cstdio>

@@ -135,7 +135,8 @@ constexpr converter_row converters[] = {
 static_assert(std::ranges::is_sorted(converters, {}, &converter_row::code_page));
 
 // ICU looks for its data once, and if memory fails it at that moment no converter opens any more in this process. So
-// that is done while the library loads, where it costs less than 0.1 ms and a lack of memory is nothing to recover from.
+// that is done while the library loads, where it costs less than 0.1 ms and a lack of memory is nothing to recover
+// from.
 const UErrorCode converter_data = [] {
     UErrorCode error = U_ZERO_ERROR;
     u_init(&error);

@@ -16,8 +16,8 @@ namespace {
 using converter_owner = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
 
 // Converters that are open and not in use. Opening one costs more than converting a line, and each serves one thread at
-// a time. They are not kept by thread: the C library ends the whole process if it has no memory for what a thread has to
-// destroy at its end.
+// a time. They are not kept by thread: the C library ends the whole process if it has no memory for what a thread has
+// to destroy at its end.
 class idle_converters {
 public:
     // An own one for the caller, null if the system has none for this page. Throws std::bad_alloc.

@@ -27,8 +27,8 @@ constexpr bool is_direct(char16_t unit) {
 
 } // namespace
 
-// ICU's decoder refuses backslashes, tildes, control characters and 8-bit text, all of which the other target reads, and
-// signatures are made from them.
+// ICU's decoder refuses backslashes, tildes, control characters and 8-bit text, all of which the other target reads,
+// and signatures are made from them.
 void decode_utf7(std::string_view bytes, std::u16string& out) {
     out.clear();
     out.reserve(bytes.size());

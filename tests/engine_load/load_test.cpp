@@ -15,7 +15,8 @@
 #include <random>
 #include <thread>
 
-// Many clients at once and a bad network, for a time. Three variables of the environment make it longer or another load:
+// Many clients at once and a bad network, for a time. Three variables of the environment make it longer or another
+// load:
 //   BRMX_LOAD_SECONDS    how long
 //   BRMX_LOAD_THREADS    how many threads scan
 //   BRMX_LOAD_MESSAGES   a folder of messages to scan, instead of made-up ones

@@ -16,8 +16,8 @@
 #include <thread>
 #include <unistd.h>
 
-// What the exports do when memory runs out: at each single allocation of a call, and for good from each on. A program of
-// its own, because it replaces the allocator.
+// What the exports do when memory runs out: at each single allocation of a call, and for good from each on. A program
+// of its own, because it replaces the allocator.
 namespace {
 
 using client::text;

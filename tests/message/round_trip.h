@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <vector>
 
-// Rendering follows the model and loading follows the lines, so what was rendered loads to the same tree where the lines
-// say all that the model holds. This tells where they do, and compares the trees.
+// Rendering follows the model and loading follows the lines, so what was rendered loads to the same tree where the
+// lines say all that the model holds. This tells where they do, and compares the trees.
 namespace tackle::internet::message2::round_trip {
 
 // A value or parameter that survives quoting and encoded words as it is.
@@ -70,8 +70,8 @@ inline bool is_promised(const part& node, std::vector<string>& above, unsigned d
     } else if (!is_multipart) {
         return false; // the rest of its children are not rendered, or its own lines would be split
     }
-    // A file named .eml becomes a message when it is loaded, also where it did not as its name could not be read, or as it
-    // came uuencoded.
+    // A file named .eml becomes a message when it is loaded, also where it did not as its name could not be read, or as
+    // it came uuencoded.
     if (type == "application/octet-stream" && part(string_view(node.render_text())).content_type() != type)
         return false;
     const auto cuts = [&](string_view line) { return std::ranges::find(above, line) != above.end(); };

@@ -31,8 +31,8 @@ struct look {
 // wrote and a terminal obeys it.
 [[nodiscard]] std::string printable(std::u16string_view text);
 
-// A file's name, or a text that holds one, for people: "?" for each control character, as strangers name files, too. What
-// is no UTF-8 stays as it is.
+// A file's name, or a text that holds one, for people: "?" for each control character, as strangers name files, too.
+// What is no UTF-8 stays as it is.
 [[nodiscard]] std::string printable_name(std::string_view text);
 
 // UTF-8 as it is, but for lone surrogates, which become U+FFFD.
