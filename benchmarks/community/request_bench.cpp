@@ -1,5 +1,5 @@
 #include "community/community_client.h"
-#include "tests/community_server/community_server.h"
+#include "tests/community_server/server_process.h"
 
 #include <benchmark/benchmark.h>
 
@@ -9,53 +9,17 @@
 #include <mutex>
 #include <vector>
 
-#include <csignal>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 // Requests against an honest server in a process of its own, over loopback: the processor time is all the library's, of
 // the threads that ask and of those that work behind them.
 namespace brimwarden::analysis::community {
 namespace {
-
-// Made while this process has no other thread.
-class other_process {
-public:
-    explicit other_process(const ip4& address) {
-        int ready[2];
-        if (pipe(ready) != 0) throw tackle::exception("no pipe");
-        child_ = fork();
-        if (child_ == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            community_server::server honest(address);
-            honest.keep_nothing();
-            (void)!write(ready[1], "!", 1);
-            for (;;)
-                pause();
-        }
-        char sign = 0;
-        (void)!read(ready[0], &sign, 1);
-        close(ready[0]);
-        close(ready[1]);
-    }
-    ~other_process() {
-        kill(child_, SIGKILL);
-        waitpid(child_, nullptr, 0);
-    }
-    other_process(const other_process&) = delete;
-    other_process& operator=(const other_process&) = delete;
-
-private:
-    pid_t child_ = -1;
-};
 
 struct conversation {
     conversation() : client(ip4(0, 0), address.to_string(tackle::internet::address::numeric_host), 0) {
         client.wait_round_complete();
     }
     ip4 address = community_server::server::fresh_address();
-    other_process peer{address};
+    community_server::server_process peer{address, {}}; // made first, and so before there are threads
     community_client client;
 };
 

@@ -1,4 +1,4 @@
-#include "tests/community_server/community_server.h"
+#include "tests/community_server/server_process.h"
 #include "tests/engine/client.h"
 #include "tests/engine_memory/failing_allocator.h"
 
@@ -11,7 +11,6 @@
 #include <iterator>
 #include <mutex>
 #include <optional>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -20,6 +19,8 @@
 // of its own, because it replaces the allocator.
 namespace {
 
+using brimwarden::community_server::server;
+using brimwarden::community_server::server_process;
 using client::text;
 using failing_allocator::failure;
 using failing_allocator::length;
@@ -89,38 +90,6 @@ void exhaust(const operation& asked) {
     EXPECT_EQ(asked.call(), asked.specified);
     asked.clean_up();
 }
-
-// The server has an allocator of its own, in a process of its own.
-class other_process {
-public:
-    other_process() : address_(brimwarden::community_server::server::fresh_address()) {
-        int ready[2];
-        EXPECT_EQ(pipe(ready), 0);
-        child_ = fork();
-        if (child_ == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            const brimwarden::community_server::server honest(address_, "secret");
-            (void)!write(ready[1], "!", 1);
-            for (;;)
-                pause();
-        }
-        char sign = 0;
-        EXPECT_EQ(read(ready[0], &sign, 1), 1);
-        close(ready[0]);
-        close(ready[1]);
-    }
-    ~other_process() {
-        kill(child_, SIGKILL);
-        waitpid(child_, nullptr, 0);
-    }
-    other_process(const other_process&) = delete;
-    other_process& operator=(const other_process&) = delete;
-    [[nodiscard]] text host() const { return wide(address_.to_string(tackle::internet::address::numeric_host)); }
-
-private:
-    brimwarden::community_server::ip4 address_;
-    pid_t child_ = -1;
-};
 
 // An open session, and what of it must not change.
 class watched_session {
@@ -329,8 +298,9 @@ TEST_F(out_of_memory, is_no_matter_for_reading_and_destroying) {
 class community_without_memory : public out_of_memory {
 protected:
     static void SetUpTestSuite() {
-        peer_ = new other_process; // before this process has threads
-        host_ = peer_->host();
+        const auto address = server::fresh_address();
+        peer_ = new server_process(address, "secret"); // has an allocator of its own
+        host_ = wide(address.to_string(tackle::internet::address::numeric_host));
         BRMX_Engine_Initialize();
     }
     static void TearDownTestSuite() {
@@ -348,7 +318,7 @@ protected:
     }
 
 private:
-    static inline other_process* peer_ = nullptr;
+    static inline server_process* peer_ = nullptr;
     static inline text host_;
 };
 
