@@ -89,6 +89,10 @@ const round_trip_case round_trip_cases[] = {
     {"an attached message", "content-type: application/octet-stream; name=a.eml\n\nsubject: x\n\nbody\n",
      round_trip::outcome::same},
     {"a file that was uuencoded", "\nbegin 6 f\n#0V%T\nend\ny", round_trip::outcome::same},
+    {"a message that had no body yet",
+     "content-type: multipart/mixed; boundary=b\n\n--b\ncontent-type: application/octet-stream; "
+     "name=\"\xE7\xE7\xE7\xE7\xE7\xE7\xE7.eml\"",
+     round_trip::outcome::not_promised},
     {"a name that becomes another", "\nbegin 6 a\vb\n#0V%T\nend\ny", round_trip::outcome::not_promised},
     {"data that would end the part",
      "content-type: multipart/mixed; boundary=b\n\n--b\ncontent-transfer-encoding: quoted-printable\n\n=2D-b\n",

@@ -70,8 +70,8 @@ inline bool is_promised(const part& node, std::vector<string>& above, unsigned d
     } else if (!is_multipart) {
         return false; // the rest of its children are not rendered, or its own lines would be split
     }
-    // A file named .eml becomes a message when it is loaded, also where it did not as its name could not be read, or as
-    // it came uuencoded.
+    // A file named .eml becomes a message when it is loaded, also where it did not as its headers had no end, or as it
+    // came uuencoded.
     if (type == "application/octet-stream" && part(string_view(node.render_text())).content_type() != type)
         return false;
     const auto cuts = [&](string_view line) { return std::ranges::find(above, line) != above.end(); };
