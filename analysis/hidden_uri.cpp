@@ -19,6 +19,7 @@ namespace {
 constexpr std::uint32_t utf8 = 65001;
 constexpr auto none = position_set::none;
 constexpr std::size_t too_long_label = 64;
+constexpr unsigned labels_of_quad = 4;
 // An escape has so many units at most in front of its last one.
 constexpr unsigned longest_escape_reach = 5;
 
@@ -32,7 +33,8 @@ bool ends_path(char16_t unit) { return unit == u'?' || unit == u'#' || unit == u
 } // namespace
 
 hidden_uri_search::hidden_uri_search(wstring_view text, bool strict_host)
-    : units_(text), classes_(tackle::platform::character_classes()), strict_host_(strict_host) {
+    : units_(text), classes_(tackle::platform::character_classes()), strict_host_(strict_host),
+      marks_(strict_host ? path_unit : mark_count) {
     for (auto& marked : marks_)
         marked.reset(text.size());
     for (std::size_t position = 0; position < text.size(); ++position) {
@@ -69,9 +71,18 @@ void hidden_uri_search::set_marks(std::size_t position) {
     const bool in_host = unit == u'.' || unit == u'-' || (classes_[unit] & alphanumeric) != 0;
     if (in_host) {
         put(host_unit);
-        if (unit != u'.') put(label_unit);
+        if (unit != u'.') put(host_label_unit);
     } else if (strict_host_ || unit == u'/' || unit == u'+' || ends_path(unit)) {
         put(host_end);
+    }
+    if (strict_host_) return;
+    if (unit == u'/' || ends_path(unit)) {
+        put(path_end);
+        if (unit != u'/') put(path_stop);
+    } else if ((classes_[unit] & (graphic | space)) != 0) {
+        put(path_unit);
+        if ((classes_[unit] & space) == 0) put(path_text);
+        put(unit == u'.' ? full_stop : path_label_unit);
     }
 }
 
@@ -250,68 +261,67 @@ bool hidden_uri_search::has_host() const {
         // Nothing of the host is left, and then the path takes its place.
         return !strict_host_ && end < units_.size() && units_[end] == u'/' && has_host_in_path(end);
     }
-    return has_domain(host, end) || is_quad(host, end);
+    constexpr address_marks of_host{host_unit, host_label_unit};
+    return has_domain(host, end, of_host) || is_quad(host, end, of_host);
 }
 
-bool hidden_uri_search::has_domain(std::size_t host, std::size_t end) const {
+bool hidden_uri_search::has_domain(std::size_t host, std::size_t end, address_marks marks) const {
     std::size_t length = 0;
     char16_t label[longest_top_level_domain];
     const auto previous = [&](mark which, std::size_t before) {
         const auto found = marks_[which].previous(before);
         return found == none || found < host ? none : found;
     };
-    auto position = previous(label_unit, end);
-    for (; position != none && units_[position] != u'.'; position = previous(host_unit, position)) {
+    auto position = previous(marks.label_unit, end);
+    for (; position != none && units_[position] != u'.'; position = previous(marks.unit, position)) {
         if (length == longest_top_level_domain) return false;
         label[longest_top_level_domain - ++length] = units_[position];
     }
     if (!is_top_level_domain({label + longest_top_level_domain - length, length}) || position == none) return false;
     length = 0;
-    position = previous(label_unit, position);
-    for (; position != none && units_[position] != u'.'; position = previous(host_unit, position)) {
+    position = previous(marks.label_unit, position);
+    for (; position != none && units_[position] != u'.'; position = previous(marks.unit, position)) {
         if (++length == too_long_label) return false;
     }
     return length > 0;
 }
 
-// Stops at the first unit that can't be part of a number, so it does not run over the start of another address.
-bool hidden_uri_search::is_quad(std::size_t host, std::size_t end) const {
+// Stops at the first unit that can't be part of a number, so it does not run over the start of another address. A blank
+// ends the address, but the labels after it count as well: for each, up to one too many, a short one is put in.
+bool hidden_uri_search::is_quad(std::size_t host, std::size_t end, address_marks marks) const {
     wstring kept;
-    for (auto position = next(host_unit, host); position < end; position = next(host_unit, position + 1)) {
+    auto position = next(marks.unit, host);
+    for (; position < end && (classes_[units_[position]] & space) == 0; position = next(marks.unit, position + 1)) {
         const auto unit = units_[position];
         const bool numeric = is_digit(unit) || (unit >= u'a' && unit <= u'f') || unit == u'x' || unit == u'.';
         if (!numeric || (kept.empty() && !is_digit(unit))) return false;
         kept += unit;
     }
+    if (position < end) {
+        kept += u' ';
+        for (unsigned labels = 0; labels < labels_of_quad; ++labels) {
+            const auto stop = next(full_stop, position);
+            if (stop >= end) break;
+            position = next(marks.label_unit, stop);
+            if (position >= end) break;
+            kept += u".x";
+        }
+    }
     wstring value;
     return reverse_domain(kept, value);
 }
 
-// The first path segment with anything in it is the host then. No start of an address lies in front of it, so no later
-// round comes here again.
+// The first path segment with anything in it is the host then. It may hold the starts of all later rounds, so it is not
+// walked either.
 bool hidden_uri_search::has_host_in_path(std::size_t slash) const {
-    wstring segment;
-    bool complete = false;
-    for (auto position = behind(slash); position != none; position = behind(position)) {
-        const auto unit = units_[position];
-        if (ends_path(unit)) break;
-        if (unit == u'/') {
-            complete = complete || !segment.empty();
-            continue;
-        }
-        const bool is_space = (classes_[unit] & space) != 0;
-        if (!is_space && (classes_[unit] & graphic) == 0) continue;
-        if (is_space && (segment.empty() || complete)) continue;
-        if (complete) {
-            // Another segment follows, so that blanks at the end of this one stay.
-            segment += u'/';
-            break;
-        }
-        segment += is_space ? u' ' : unit;
-    }
-    if (!segment.ends_with(u'/')) segment.erase(segment.find_last_not_of(u' ') + 1);
-    wstring value;
-    return reverse_domain(segment, value);
+    constexpr address_marks of_path{path_unit, path_label_unit};
+    const auto stop = std::min(next(path_stop, slash), units_.size());
+    const auto host = next(path_text, slash);
+    if (host >= stop) return false;
+    auto end = std::min(next(path_end, host), units_.size());
+    // Blanks at the end of a segment stay if another segment follows.
+    if (next(path_text, end) >= stop) end = marks_[path_text].previous(end) + 1;
+    return has_domain(host, end, of_path) || is_quad(host, end, of_path);
 }
 
 std::size_t hidden_uri_search::find_start() const {

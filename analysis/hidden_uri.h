@@ -3,7 +3,6 @@
 #include "analysis/position_set.h"
 #include "foundation/text.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -26,8 +25,30 @@ public:
     [[nodiscard]] std::optional<tackle::wstring> find();
 
 private:
-    // What a unit may be marked as, once or more.
-    enum mark : std::uint8_t { live, host_end, host_unit, label_unit, at_sign, user_end, colon, no_digit, mark_count };
+    // What a unit may be marked as, once or more. Those of the path are needed only where a path can take the place of
+    // the host, which is never so if `strict_host`.
+    enum mark : std::uint8_t {
+        live,
+        host_end,
+        host_unit,
+        host_label_unit,
+        at_sign,
+        user_end,
+        colon,
+        no_digit,
+        path_unit,
+        path_label_unit,
+        path_text, // a unit of a segment that is no blank
+        path_end,  // ends a segment
+        path_stop, // ends the path
+        full_stop,
+        mark_count
+    };
+    // The marks of the units of an address, and of those that are part of a label.
+    struct address_marks {
+        mark unit;
+        mark label_unit;
+    };
 
     struct change {
         std::size_t position;
@@ -58,8 +79,8 @@ private:
     void finish_bytes();
 
     [[nodiscard]] bool has_host() const;
-    [[nodiscard]] bool has_domain(std::size_t host, std::size_t end) const;
-    [[nodiscard]] bool is_quad(std::size_t host, std::size_t end) const;
+    [[nodiscard]] bool has_domain(std::size_t host, std::size_t end, address_marks marks) const;
+    [[nodiscard]] bool is_quad(std::size_t host, std::size_t end, address_marks marks) const;
     [[nodiscard]] bool has_host_in_path(std::size_t slash) const;
     [[nodiscard]] std::size_t find_start() const;
     void undo();
@@ -68,7 +89,7 @@ private:
     tackle::wstring units_;
     const std::uint16_t* classes_;
     bool strict_host_;
-    std::array<position_set, mark_count> marks_;
+    std::vector<position_set> marks_;
     std::size_t start_ = 0;
     std::vector<std::size_t> escapes_; // each "%" that may be one, in order
     std::vector<std::size_t> woken_;   // the same for the next round, in any order

@@ -196,9 +196,11 @@ wstring extract_host_and_path(wstring_view text, bool strict_host) {
 
 namespace {
 
+// As inet_addr reads it: white space ends the address, and what follows is ignored.
 bool is_numeric_host(wstring_view host, std::uint32_t& address) {
     // What no number begins with need not be converted.
     if (host.front() < u'0' || host.front() > u'9') return false;
+    host = host.substr(0, host.find_first_of(wstring_view(u" \t\n\v\f\r\0", 7)));
     if (std::ranges::any_of(host, [](char16_t unit) { return unit > 0x7F; })) return false;
     const auto parsed = tackle::internet::address::parse_numeric(string(host.begin(), host.end()));
     if (!parsed || *parsed == 0xFFFFFFFF) return false;

@@ -31,6 +31,8 @@ wstring schemes(std::size_t units) { return repeated(u"http:", units); }
 wstring hidden(std::size_t units) { return repeated(u"xhttp:", units); }
 wstring hidden_hosts(std::size_t units) { return repeated(u"xwww.", units); }
 wstring hidden_paths(std::size_t units) { return repeated(u"x/http://:/", units); }
+// The port is taken out, which completes the escape of a slash: the host is empty, and a path in its place.
+wstring hidden_in_paths(std::size_t units) { return repeated(u"http:!%2:1f", units); }
 wstring hidden_behind_users(std::size_t units) { return repeated(u"xhttp:u@y/", units); }
 wstring hidden_ports(std::size_t units) { return repeated(u"xhttp:1", units); }
 wstring hidden_before_port(std::size_t units) {
@@ -133,6 +135,7 @@ BRMX_SCAN_TEXT(schemes);
 BRMX_SCAN_TEXT(hidden);
 BRMX_SCAN_TEXT(hidden_hosts);
 BRMX_SCAN_TEXT(hidden_paths);
+BRMX_SCAN_TEXT(hidden_in_paths);
 BRMX_SCAN_TEXT(hidden_behind_users);
 BRMX_SCAN_TEXT(hidden_ports);
 BRMX_SCAN_TEXT(hidden_before_port);

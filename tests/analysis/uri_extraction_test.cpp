@@ -53,6 +53,10 @@ const text_case text_cases[] = {
     {"host in square brackets dropped", u"http://a[.com/", {u"com.a"}},
     {"port at the end", u"http://example.com:80", {}},
     {"number", u"http://0x7f.0.0.1/a/b", {u"127.0.0.1/a"}},
+    {"number and words in the place of the host", u"(http://!/1.2.3.4 junk)", {u"1.2.3.4"}},
+    {"the same hidden", u"(http:x%2541http:!/1.2.3.4 \u00fc/www.x)", {u"1.2.3.4/www.x"}},
+    {"hidden, a label after the words", u"(http:xhttp:xhttp:!/1.2.3.4 junk.x)", {}},
+    {"hidden, fewer numbers than labels", u"(http:xhttp:xhttp:!/1.2 junk.x.y)", {u"1.0.0.2"}},
 };
 
 TEST(scan_text_for_uris, finds_addresses) {
