@@ -6,8 +6,8 @@
 
 namespace brimwarden::engine {
 
-// Owns the community client until it is replaced. It has no destructor on purpose: when the library or the process ends
-// with a client in place, the client's threads still run, and what they use has to stay.
+// Owns the community client until it is replaced. It needs no destructor: while there is a client its threads keep the
+// library loaded.
 class client_holder final {
 public:
     constexpr client_holder() = default;

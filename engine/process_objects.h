@@ -15,7 +15,8 @@
 #include "language/plugin_holder.h"
 
 // What exists once in a process. All of it is built while the library loads, in the order below, and taken down in
-// reverse when it unloads; nothing waits for BRMX_Engine_Initialize.
+// reverse when it unloads; nothing waits for BRMX_Engine_Initialize. When the process ends without an unloading, nothing
+// is taken down: other threads may be inside a call (platform/destructor_list.h).
 //
 // Locks, outermost first: engine_lock, session_gate, community_lock, session_table_lock, a session's own. group_lock
 // is taken for an instant, and nothing inside it.

@@ -8,7 +8,7 @@ namespace tackle::html {
 inline constexpr std::uint8_t white_unit = 1; // white space or a blank by the platform's classes
 inline constexpr std::uint8_t name_unit = 2;  // may stand in the name of an entity: a letter, a digit or "#"
 
-// One entry for each of the 65536 units. Built by the first call, good until the process ends; any thread.
+// One entry for each of the 65536 units. Built by the first call, good until the library is unloaded; any thread.
 [[nodiscard]] const std::uint8_t* unit_classes();
 
 } // namespace tackle::html

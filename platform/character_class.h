@@ -17,8 +17,8 @@ inline constexpr std::uint16_t hex_digit = 0x80;
 inline constexpr std::uint16_t alpha = 0x100;
 inline constexpr std::uint16_t defined = 0x200;
 
-// One entry for each of the 65536 units. Built by the first call, good until the process ends; any thread. The first
-// call asks the system once for each table, later ones return a pointer: loops keep it instead of asking again.
+// One entry for each of the 65536 units. Built by the first call, good until the library is unloaded; any thread. The
+// first call asks the system once for each table, later ones return a pointer: loops keep it instead of asking again.
 [[nodiscard]] const std::uint16_t* character_classes();
 
 // The lower-case form of each unit, one unit for one, the unit itself where there is none. Independent of any locale.

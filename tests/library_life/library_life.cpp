@@ -1,14 +1,19 @@
 #include "engine/brmx.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include <psapi.h>
 #else
 #include <dlfcn.h>
 #include <unistd.h>
@@ -24,7 +29,11 @@ handle open(const char* library) { return LoadLibraryA(library); }
 void* look_up(handle library, const char* name) { return reinterpret_cast<void*>(GetProcAddress(library, name)); }
 void close(handle library) { FreeLibrary(library); }
 bool is_loaded(const char* library) { return GetModuleHandleA(library) != nullptr; }
-std::uint64_t resident_kilobytes() { return 0; }
+std::uint64_t resident_kilobytes() {
+    PROCESS_MEMORY_COUNTERS counted{};
+    GetProcessMemoryInfo(GetCurrentProcess(), &counted, sizeof counted);
+    return counted.PagefileUsage / 1024;
+}
 constexpr bool stays_after_threads = false;
 #else
 using handle = void*;
@@ -96,6 +105,7 @@ void work(const library& used, engine_status expected, int round) {
 void join(const library& used, std::string_view group, int round) {
     const std::basic_string<brmx_char> name(group.begin(), group.end());
     EXPECT(used.set_group(name.data(), static_cast<std::uint32_t>(name.size()), 0) == status_ok, round);
+    EXPECT(used.health(0, nullptr, nullptr, nullptr) == status_ok, round); // waits until the server has been found
 }
 
 // Each load is a new engine, and nothing stays of it; `use` may do anything that ends.
@@ -162,6 +172,27 @@ void end_with_threads(const char* name, const char* group) {
     std::exit(0); // with the library held
 }
 
+// Callers are inside the library when the process ends, and stay there while a handler that was registered before the
+// library came takes its time. Each goes on to get its right answers.
+void end_with_callers(const char* name, const char* group) {
+    constexpr int callers = 4;
+    static std::atomic<int> at_work{0};
+    std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(200)); });
+    static const auto& used = *new library(name); // nobody lets go of it
+    EXPECT(used.initialize() == status_ok, 0);
+    if (*group != '\0') join(used, group, 0);
+    for (int caller = 0; caller < callers; ++caller)
+        std::thread([expected = *group != '\0' ? status_ok : community_unavailable] {
+            for (int round = 0;; ++round) {
+                work(used, expected, round);
+                if (round == 0) ++at_work;
+            }
+        }).detach();
+    while (at_work < callers)
+        std::this_thread::yield();
+    std::exit(0);
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -179,6 +210,10 @@ int main(int count, char** arguments) {
         let_go_of_a_running_engine(name, group);
     else if (way == "end-with-threads")
         end_with_threads(name, group);
+    else if (way == "end-with-callers")
+        end_with_callers(name, group);
+    else if (way == "end-with-callers-alone")
+        end_with_callers(name, "");
     else
         return 2;
     return 0;
