@@ -14,7 +14,9 @@ namespace {
 
 bool read_charset(const part& part, string& charset) {
     tackle::internet::message2::header_type::parametized_value_type type;
-    part.get_header("Content-Type", type);
+    string raw;
+    part.get_header("Content-Type", raw);
+    type.parse_readable(raw); // a parameter that can't be read says nothing about the charset
     return type.get_parameter("charset", charset);
 }
 

@@ -9,15 +9,11 @@ using tackle::internet::message2::part;
 
 namespace {
 
-wstring file_name(const part& node) {
-    tackle::internet::message2::attachment_info info;
-    return node.try_attachment_info(info) ? info.filename : wstring();
-}
-
 // As deep as the tree, which the loader bounds.
 void list_tree(const part& node, std::uint32_t indent, const part* root, const part* displayable, trace_list& trace) {
     wstring line = tackle::unicode::to_wide(node.content_type(), 65001);
-    if (const wstring name = file_name(node); !name.empty()) tackle::append_format(line, u" \"%s\"", name);
+    if (const wstring name = node.attachment_info().filename; !name.empty())
+        tackle::append_format(line, u" \"%s\"", name);
     tackle::append_format(line, u" -- ID: 0x%x, Bytes: %i", node.number(), node.data().size());
     if (&node == root) line += u", Logical Root";
     if (&node == displayable) line += u", Displayable";

@@ -30,9 +30,7 @@ std::vector<wstring> file_names(const part& root) {
     root.find_parts(parts, false, "");
     std::vector<wstring> names;
     for (const auto* one : parts) {
-        // A name that can't be read is none that a link could have.
-        tackle::internet::message2::attachment_info info;
-        if (!one->try_attachment_info(info)) continue;
+        const auto info = one->attachment_info();
         // A million parts without a name have one between them.
         if (!info.filename.empty() || names.empty() || !names.back().empty())
             names.push_back(tackle::to_lower(info.filename));

@@ -164,7 +164,7 @@ BRMX_EXPORT engine_status BRMX_Engine_SetState(const brmx_char* text, uint32_t l
  * data, length   the message and its size in bytes; copied, so the caller may free it at once
  * handle         out: names the session until BRMX_Session_Destroy; handles count up from 1
  * returns        status_ok, null_argument, engine_not_initialized, engine_shut_down, message_too_deep, status_failed (a
- *                Content-Type in encoded words that no decoder can read; nothing else in a message leads to it) (*) */
+ *                type in the Content-Type that no decoder can read; nothing else in a message leads to it) (*) */
 BRMX_EXPORT engine_status BRMX_Session_CreateFromMemory(const char* data, uint32_t length, uint32_t* handle);
 
 /* The same on a file, which is read whole and closed again. Blocks for the file system.

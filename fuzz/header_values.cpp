@@ -1,6 +1,7 @@
 // Reads any raw value as each type, and what it renders once more.
 #include "foundation/coding.h"
 #include "foundation/unicode.h"
+#include "fuzz/support/expect.h"
 #include "message/header_type/addresses_value_type.h"
 #include "message/header_type/parametized_value_type.h"
 
@@ -23,6 +24,19 @@ void read(string_view raw) {
     }
 }
 
+// Reading what can be read never fails, and loses nothing of a value that can be read whole.
+void read_readable(string_view raw) {
+    parametized_value_type readable;
+    readable.parse_readable(raw);
+    try {
+        parametized_value_type whole;
+        whole.parse(raw);
+        EXPECT(readable.value() == whole.value() && readable.parameters().size() == whole.parameters().size());
+    } catch (const unicode::generic&) {
+    } catch (const coding::translate::generic&) {
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -30,5 +44,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     read<unstructured_value_type>(raw);
     read<parametized_value_type>(raw);
     read<addresses_value_type>(raw);
+    read_readable(raw);
     return 0;
 }

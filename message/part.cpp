@@ -23,8 +23,8 @@ string read_file(wstring_view path) {
     }
 }
 
-// Whether a Content-Type could have the parameter "name", or be unreadable: everything that needs decoding could. Asked
-// for each part several times in a scan, and most have none.
+// Whether a Content-Type could have the parameter "name". Asked for each part several times in a scan, and most have
+// none.
 bool may_have_name(string_view raw) {
     constexpr string_view name = "name";
     std::size_t matched = 0;
@@ -141,46 +141,28 @@ string part::transfer_encoding() const {
     return encoding;
 }
 
-// `parse(value, raw)` answers whether the field could be read.
-template <typename parse_function>
-bool part::read_attachment_info(message2::attachment_info& info, const parse_function& parse) const {
+attachment_info part::attachment_info() const {
+    message2::attachment_info info;
     header_type::parametized_value_type value;
     if (const auto raw = find_header("Content-Type")) {
         // The type in force, and not the one that stands in the field: a message attached as a file has become one.
         info.is_attachment = iequals(content_.content_type, "message/rfc822");
         if (may_have_name(*raw)) {
-            if (!parse(value, *raw)) return false;
+            value.parse_readable(*raw);
             value.get_parameter("name", info.filename);
         }
     }
     if (const auto raw = find_header("Content-Disposition")) {
-        if (!parse(value, *raw)) return false;
-        info.is_attachment = iequals(value.value(), u"attachment");
+        if (value.parse_readable(*raw)) info.is_attachment = iequals(value.value(), u"attachment");
         value.get_parameter("filename", info.filename);
     }
-    return true;
-}
-
-attachment_info part::attachment_info() const {
-    message2::attachment_info info;
-    read_attachment_info(info, [](auto& value, string_view raw) {
-        value.parse(raw);
-        return true;
-    });
     return info;
-}
-
-bool part::try_attachment_info(message2::attachment_info& info) const {
-    info = {};
-    if (read_attachment_info(info, [](auto& value, string_view raw) { return value.try_parse(raw); })) return true;
-    info = {};
-    return false;
 }
 
 // Type, charset and boundary of the model follow each Content-Type field, so that the last of several is in force.
 void part::apply_content_type(string_view raw) {
     header_type::parametized_value_type value;
-    value.parse(raw);
+    if (!value.parse_readable(raw)) value.parse(raw); // throws, and says why
     value.value_in(content_.content_type, utf8);
     to_lower_in_place(content_.content_type);
     if (!value.get_parameter("charset", content_.charset)) content_.charset = "iso-8859-1";

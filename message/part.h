@@ -37,9 +37,9 @@ struct attachment_info {
 // shrinks a chain of those by a quarter a link, but quoted-printable can hold an escape that is one again after each
 // decoding, and then 64 links are 64 texts of nearly the whole size.
 //
-// Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type that can't be decoded
+// Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type whose type can't be decoded
 // unicode::generic or coding::translate::invalid_codeword. Nothing else in a message makes it fail: an unreadable
-// Content-Transfer-Encoding counts as absent, an unreadable attachment name as none.
+// Content-Transfer-Encoding or parameter counts as absent.
 class part {
 public:
     // A child is parsed only by a part less deep than this; the root has depth 0.
@@ -99,12 +99,9 @@ public:
     [[nodiscard]] string transfer_encoding() const;
 
     // Whether this is a file rather than text to show, and its name. Judged by the part's type, which may have changed
-    // since its header was read; a Content-Disposition overrules that either way. Throws unicode::generic or
-    // coding::translate::generic for a field that can't be read.
+    // since its header was read; a Content-Disposition overrules that either way, unless its value can't be read. A name
+    // that can't be read is none, and what else the field says counts. Throws nothing but std::bad_alloc.
     [[nodiscard]] message2::attachment_info attachment_info() const;
-    // The same for whoever asks many parts: false where attachment_info throws, save for std::bad_alloc. `info` then
-    // says that there is no attachment and no name.
-    [[nodiscard]] bool try_attachment_info(message2::attachment_info& info) const;
 
     // Appends to `out` this part and those below it whose type starts with `type_prefix` (case ignored), breadth
     // first. With `skip_nested` a part of the type "message/rfc822" is passed over with all below it, also this one.
@@ -132,8 +129,6 @@ private:
     explicit part(bare) noexcept {}
 
     [[nodiscard]] std::optional<string_view> find_header(string_view name) const;
-    template <typename parse_function>
-    bool read_attachment_info(message2::attachment_info& info, const parse_function& parse) const;
     void apply_content_type(string_view raw);
     std::uint32_t number_from(std::uint32_t first) noexcept; // this part and all below; returns the next number
 

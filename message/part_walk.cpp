@@ -29,11 +29,7 @@ void find(node& root, std::vector<node*>& out, bool skip_nested, string_view typ
     });
 }
 
-// A field that can't be read says nothing, and what is no attachment by then is shown.
-bool is_shown_inline(const part& candidate) {
-    attachment_info info;
-    return !candidate.try_attachment_info(info) || !info.is_attachment;
-}
+bool is_shown_inline(const part& candidate) { return !candidate.attachment_info().is_attachment; }
 
 // The best text at or below a part.
 const part* find_text(const part& root) {

@@ -20,6 +20,8 @@ public:
 
     // False if there are no more; `token` is then empty.
     bool next(string& token);
+    // Behind the last token and the delimiter that ended it; the size of the raw value at its end.
+    [[nodiscard]] std::size_t position() const noexcept { return position_; }
 
 private:
     void take_quoted(string& token);

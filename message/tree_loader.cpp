@@ -158,9 +158,8 @@ void tree_loader::split_off_text(part& node) {
 }
 
 bool tree_loader::is_attached_message(const part& node) {
-    if (node.content_.content_type != "application/octet-stream") return false;
-    attachment_info info;
-    return node.try_attachment_info(info) && to_lower(info.filename).ends_with(u".eml");
+    return node.content_.content_type == "application/octet-stream" &&
+           to_lower(node.attachment_info().filename).ends_with(u".eml");
 }
 
 // Turns a part that is an attached message into one that has it as child.

@@ -11,11 +11,7 @@ using tackle::wstring;
 using tackle::wstring_view;
 using tackle::internet::message2::part;
 
-wstring file_name(const part& part) {
-    tackle::internet::message2::attachment_info info;
-    // A name that can't be read is none.
-    return part.try_attachment_info(info) ? tackle::to_lower(info.filename) : wstring();
-}
+wstring file_name(const part& part) { return tackle::to_lower(part.attachment_info().filename); }
 
 void test_executables(const part& root, test_result_list& test_results) {
     constexpr wstring_view endings[] = {u".exe", u".com", u".cmd", u".bat", u".pif"};

@@ -14,6 +14,21 @@ void generic_value_type::set_charset(string_view charset) {
     code_page_ = unicode::code_page_of(charset);
 }
 
+void generic_value_type::change_charset(string_view charset) {
+    if (!changed_) {
+        charset_before_.swap(charset_);
+        code_page_before_ = code_page_;
+        changed_ = true;
+    }
+    set_charset(charset);
+}
+
+void generic_value_type::restore_charset() noexcept {
+    if (!changed_) return;
+    charset_.swap(charset_before_);
+    code_page_ = code_page_before_;
+}
+
 bool generic_value_type::is_plain(string_view raw) const {
     return raw.find("=?") == string_view::npos && keeps_ascii(code_page_) && is_ascii(raw);
 }
@@ -31,6 +46,13 @@ bool generic_value_type::decode_words(string_view raw, last_blanks blanks, wstri
         unicode::append_raw(raw, out);
         return true;
     }
+    changed_ = false;
+    const bool readable = decode_pieces(raw, out, how);
+    if (!readable) restore_charset();
+    return readable;
+}
+
+bool generic_value_type::decode_pieces(string_view raw, wstring& out, unreadable how) {
     bool word_before = false;
     std::size_t position = 0;
     for (std::size_t gap = 0;;) {
@@ -74,7 +96,7 @@ generic_value_type::piece_kind generic_value_type::decode_piece(string_view piec
     const std::size_t text_end = encoding_end == string_view::npos ? encoding_end : word.find('?', encoding_end + 1);
     if (text_end == string_view::npos || text_end != word.size() - 2) return append(piece, piece_kind::plain);
     // Set even if the encoding turns out to be none: what follows is read with it.
-    set_charset(word.substr(2, charset_end - 2));
+    change_charset(word.substr(2, charset_end - 2));
     const string_view encoding = word.substr(charset_end + 1, encoding_end - charset_end - 1);
     string text(word.substr(encoding_end + 1, text_end - encoding_end - 1));
     if (encoding == "Q" || encoding == "q") {

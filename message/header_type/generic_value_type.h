@@ -43,7 +43,8 @@ protected:
     // What becomes of text that can't be read: it throws, or makes the result false. A message can hold hundreds of
     // thousands of unreadable fields, and each exception costs as much as thousands of bytes.
     enum class unreadable { raises, fails_by_charset, fails };
-    // Appends the text as above. With `fails` it throws nothing but std::bad_alloc; `out` then holds part of the text.
+    // Appends the text as above. With `fails` it throws nothing but std::bad_alloc; `out` then holds part of the text, and
+    // the charset is what it was before: a text that is left out must not make the next one unreadable.
     bool decode_words(string_view raw, last_blanks blanks, wstring& out, unreadable how);
     // The text for a message: itself if it is ASCII, else one encoded word of whatever length, the shorter of "Q" and
     // "B".
@@ -51,10 +52,18 @@ protected:
 
 private:
     enum class piece_kind { plain, word, unreadable };
+    bool decode_pieces(string_view raw, wstring& out, unreadable how);
     piece_kind decode_piece(string_view piece, wstring& out, unreadable how);
+    void change_charset(string_view charset);
+    void restore_charset() noexcept;
 
     string charset_ = "iso-8859-1";
     std::uint32_t code_page_ = 28591; // that of charset_; looked up once a charset, not once a word
+    // What they were before the text that is being read, if it has changed them. Moved and never copied: names are as
+    // long as the sender likes.
+    string charset_before_;
+    std::uint32_t code_page_before_ = 0;
+    bool changed_ = false;
 };
 
 } // namespace tackle::internet::message2::header_type

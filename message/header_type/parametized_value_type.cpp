@@ -3,7 +3,7 @@
 #include "foundation/strings.h"
 #include "foundation/unicode.h"
 #include "message/header_type/ascii_text.h"
-#include "message/tokenize.h"
+#include "message/header_type/parameter_reader.h"
 
 #include <algorithm>
 
@@ -37,31 +37,24 @@ string parametized_value_type::render() const {
 
 void parametized_value_type::parse(string_view raw) { read(raw, unreadable::raises); }
 
-bool parametized_value_type::try_parse(string_view raw) { return read(raw, unreadable::fails); }
+bool parametized_value_type::parse_readable(string_view raw) { return read(raw, unreadable::fails); }
 
 bool parametized_value_type::read(string_view raw, unreadable how) {
     value_.clear();
     parameters_.clear();
-    token_reader tokens(raw, ";,", true);
-    string token;
-    if (!tokens.next(token)) return true;
+    parameter_reader reader(raw);
+    string value;
+    if (!reader.next_value(value)) return true;
     // The blank between a value and its semicolon is kept: a type written that way is no known type.
     wstring text;
-    if (!decode_words(token, last_blanks::keep, text, how)) return false;
-    value_ = text;
+    const bool readable = decode_words(value, last_blanks::keep, text, how);
+    if (readable) value_ = text;
     string name;
-    string value;
-    string more;
-    while (tokens.next(token)) {
-        token_reader pieces(token, "=", false);
-        if (!pieces.next(name)) continue;
-        const bool has_value = pieces.next(value);
-        if (has_value && pieces.next(more)) continue;
+    while (reader.next(name, value)) {
         text.clear();
-        if (has_value && !decode_words(value, last_blanks::drop, text, how)) return false;
-        parameters_.add(name, text);
+        if (decode_words(value, last_blanks::drop, text, how)) parameters_.add(name, text);
     }
-    return true;
+    return readable;
 }
 
 bool parametized_value_type::get_parameter(string_view name, wstring& out) const {

@@ -23,8 +23,10 @@ public:
 
     [[nodiscard]] string render() const override;
     void parse(string_view raw) override;
-    // As that of unstructured_value_type.
-    [[nodiscard]] bool try_parse(string_view raw);
+    // Reading fails per parameter: one that can't be read is left out, whatever it is called, and the others are kept.
+    // Otherwise one parameter that nobody asks for could take a file its name. False if the value itself can't be read;
+    // it is then empty. Throws nothing but std::bad_alloc.
+    bool parse_readable(string_view raw);
 
     // In the order of the value, duplicates too; good until the object is changed.
     [[nodiscard]] const parameter_list& parameters() const noexcept { return parameters_; }

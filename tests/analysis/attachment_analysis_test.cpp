@@ -55,9 +55,9 @@ const attachment_case attachment_cases[] = {
     {"long text has one", {{"text/plain", "a", 1024}}, {}, 1},
     {"html has one at any size", {{"text/html", "a", 0}}, {}, 1},
     {"messages and multiparts are no files", {{"message/x", "a.zip", 100}, {"multipart/x", "b.rtf", 100}}, {}, 0},
-    {"an unreadable name is none, the type still counts",
-     {{"application/zip", "=?utf-8?Q?=ZZ?=.rtf", 100}},
-     {"Part.Zip.Small 30"},
+    {"an unreadable file name is none, name and type still count",
+     {{"application/zip; name=b.rtf", "=?utf-8?Q?=ZZ?=", 100}},
+     {"Part.Zip.Small 30", "Part.Rtf.Small 0"},
      1},
 };
 

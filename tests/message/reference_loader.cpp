@@ -53,11 +53,11 @@ string encoding_of(const plain_part& node) {
 
 wstring file_name_of(const plain_part& node) {
     try {
-        parametized_value_type value;
-        wstring name;
-        if (get(node, "content-type", value)) value.get_parameter("name", name);
-        if (get(node, "content-disposition", value)) value.get_parameter("filename", name);
-        return to_lower(name);
+        part fields;
+        fields.remove_headers("content-type");
+        for (const auto& [field, value] : node.headers)
+            fields.add_header(field, value);
+        return to_lower(fields.attachment_info().filename);
     } catch (const exception&) {
         return {};
     }

@@ -5,7 +5,8 @@
 namespace tackle::internet::message2 {
 namespace {
 
-// A multipart of the children, each "type", "type!" as an attachment or "type?" with an unreadable disposition.
+// A multipart of the children, each "type", "type!" as an attachment or "type?" with a disposition that has an unreadable
+// parameter.
 string multipart(const string& type, const string& boundary, std::initializer_list<string> children) {
     string out = "content-type: " + type + "; boundary=" + boundary + "\n\n";
     for (const string& child : children) {
@@ -13,7 +14,8 @@ string multipart(const string& type, const string& boundary, std::initializer_li
         if (child.ends_with("!")) {
             out += "content-disposition: attachment\ncontent-type: " + child.substr(0, child.size() - 1) + "\n\n";
         } else if (child.ends_with("?")) {
-            out += "content-disposition: =?x?Q?=ZZ?=\ncontent-type: " + child.substr(0, child.size() - 1) + "\n\n";
+            out += "content-disposition: attachment; filename==?x?Q?=ZZ?=\ncontent-type: " +
+                   child.substr(0, child.size() - 1) + "\n\n";
         } else {
             out += child.starts_with("content-type") ? child : "content-type: " + child + "\n\n";
         }
@@ -55,7 +57,8 @@ const displayable_case displayable_cases[] = {
     {"attached HTML and attached text", multipart("multipart/x", "a", {"text/plain!", "text/html!"}), "text/html"},
     {"attached text", multipart("multipart/x", "a", {"text/plain!"}), "text/plain"},
     {"HTML behind attached HTML", multipart("multipart/x", "a", {"text/html!", "text/html-2"}), "text/html-2"},
-    {"an unreadable disposition is none", multipart("multipart/x", "a", {"text/html?", "text/html-2"}), "text/html"},
+    {"attached HTML with an unreadable name", multipart("multipart/x", "a", {"text/html?", "text/html-2"}),
+     "text/html-2"},
     {"deeper HTML before nearer text",
      multipart("multipart/x", "a", {"text/plain", multipart("multipart/y", "b", {"text/html"})}), "text/html"},
     {"the first multipart below a root that is none",
