@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Scans the worst messages that are known and tells what each costs: bad_input.py BRMX_SCAN [FILTER]
 
-Prints one row for each: size, status, processor time, and the peak memory of the process above that of scanning next to
-nothing, as a multiple of the message's size, the bytes of the file included. Ends with 1 if a scan crashes,
-gives another status than it should, takes more than five minutes, or needs more than 12 times the size of a message
-whose structure is not itself the bulk of it.
+Prints one row for each: size, status, processor time, that of the same message at 256 KiB, and the peak memory of the
+process above that of scanning next to nothing, as a multiple of the message's size, the bytes of the file included.
+Ends with 1 if a scan crashes, gives another status than it should, takes more than five minutes, or needs more than 12
+times the size; 32 times where the message's structure is itself the bulk of it. At 256 KiB no message may take more than
+50 ms, and at its own size none more than that for each 256 KiB: who is slow there grows faster than the message.
 """
 
 import os
@@ -20,6 +21,10 @@ FILTER = re.compile(sys.argv[2] if len(sys.argv) > 2 else "")
 CHARSET_TABLE = pathlib.Path(__file__).parent.parent / "foundation" / "charset_names.cpp"
 MB = 1_000_000
 LIMIT = 12.0
+STRUCTURE_LIMIT = 32.0
+SMALL = 262_144
+SMALL_MS = 50.0
+SMALL_SCANS = 8
 SECONDS = 300
 SCANNED = "scanned"
 
@@ -61,13 +66,19 @@ def attached(depth, line, fields=b"", boundary=b""):
     yield from line
 
 
-def escapes_of_escapes(depth, size):
-    yield from attached(depth, repeated(b"a line of text\n", size), ESCAPED, b"x")
-    yield b"=" + b"3D" * depth + b"\n"
+def escapes_of_escapes(size, line=b"a line of text\n", boundary=b"", every=1):
+    """64 .eml, every one or every second of which has to be decoded: an escape in it is one again after each decoding."""
+    for link in range(64):
+        own = b"; boundary=%s%d" % (boundary, link) if boundary else b""
+        yield b"Content-Type: application/octet-stream; name=a.eml" + own + b"\n"
+        yield (ESCAPED if link % every == 0 else b"") + b"\n"
+    yield b"\n"
+    yield from repeated(line, size)
+    yield b"=" + b"3D" * 64 + b"\n"
 
 
-def parts(piece, count):
-    return after(b"Content-Type: multipart/mixed; boundary=a\n\n", repeated(b"--a\n" + piece, count * (4 + len(piece))))
+def parts(piece, size):
+    return after(b"Content-Type: multipart/mixed; boundary=a\n\n", repeated(b"--a\n" + piece, size))
 
 
 def charset_names():
@@ -90,37 +101,46 @@ def charsets():
 
 UNREADABLE = b"=?shift_jis?B?gYL/?= <=?x?Q?=81?=>,"
 ESCAPED = b"Content-Transfer-Encoding: quoted-printable\n"
-# Label, the message, whether its memory has the limit, and what else than a finished scan has to come of it.
+BEGINNING = b"begin  \n" + b" \n" * 200 + b"\n"
+TOO_DEEP = "message_too_deep"
+STRUCTURE = STRUCTURE_LIMIT
+# Label, size, the message of a size, and if they are others: the limit of its memory, what has to come of it.
 INPUTS = [
-    ("an empty file", lambda: [], True),
-    ("10 MB of random bytes", lambda: noise(10 * MB), True),
-    ("10 MB of NUL bytes in text", lambda: repeated(b"a\0b\0\0\n", 10 * MB), True),
-    ("10 MB of lines that end in CR", lambda: after(b"A: b\r\r", repeated(b"some text\r", 10 * MB)), True),
-    ("10 MB of lines that end in LF CR", lambda: after(b"A: b\n\r\n\r", repeated(b"some text\n\r", 10 * MB)), True),
-    ("one line of 50 MB", lambda: after(b"A: b\n\n", repeated(b"a", 50 * MB)), True),
-    ("one header line of 50 MB", lambda: after(b"Subject: ", repeated(b"a", 50 * MB)), True),
-    ("50 MB of LF", lambda: after(b"A: b\n\n", repeated(b"\n", 50 * MB)), True),
-    ("a million header fields of four bytes", lambda: repeated(b"A:b\n", 4 * MB), True),
-    ("a million header fields of one byte", lambda: repeated(b"A\n", 2 * MB), True),
-    ("50 MB of parameters of one byte", lambda: after(b"Content-Type: x", repeated(b";a", 50 * MB)), True),
-    ("10 MB of damaged encoded words", lambda: after(b"Subject: ", repeated(b"=?utf-8?Q?=ZZ?= ", 10 * MB)), True),
-    ("10 MB of words of unreadable bytes", lambda: after(b"To: ", repeated(UNREADABLE, 10 * MB)), True),
-    ("every charset name there is", charsets, True),
-    ("parts nested 64 deep, 10 MB", lambda: nested(64, repeated(b"some text\n", 10 * MB)), True),
-    ("parts nested 65 deep, 10 MB", lambda: nested(65, repeated(b"some text\n", 10 * MB)), True, "message_too_deep"),
-    ("64 .eml within each other", lambda: attached(64, repeated(b"some text\n", 10 * MB)), True),
-    ("65 .eml within each other", lambda: attached(65, repeated(b"some text\n", 10 * MB)), True, "message_too_deep"),
-    ("64 .eml with boundaries", lambda: attached(64, repeated(b"some text\n", 10 * MB), boundary=b"b"), True),
-    ("64 .eml of line ends", lambda: attached(64, repeated(b"\n", 10 * MB), ESCAPED), True),
-    ("64 .eml of dashes", lambda: attached(64, repeated(b"--b\n", 10 * MB), ESCAPED, b"b"), True),
-    ("64 .eml of damaged escapes", lambda: attached(64, repeated(b"a =ZZ b\n", 10 * MB), ESCAPED, b"x"), True),
-    ("64 .eml of escapes of escapes", lambda: escapes_of_escapes(64, 10 * MB), True),
-    ("a million parts of 100 bytes", lambda: parts(b"\n" + b"a" * 99 + b"\n", MB), True),
-    ("240,000 parts with unreadable fields", lambda: parts(b"Content-Disposition: =?x?Q?=ZZ?=\n\nb\n", 240_000), False),
-    ("a million parts of one byte", lambda: parts(b"\nb\n", MB), False),
-    ("a million parts without a byte", lambda: parts(b"", MB), False),
-    ("a million empty uuencoded files", lambda: after(b"A: b\n\n", repeated(b"begin 6 a\nend\n", 14 * MB)), False),
-    ("a million recipients of four bytes", lambda: after(b"To: ", repeated(b"a@b,", 4 * MB)), False),
+    ("an empty file", 0, lambda size: []),
+    ("10 MB of random bytes", 10 * MB, noise),
+    ("10 MB of NUL bytes in text", 10 * MB, lambda size: repeated(b"a\0b\0\0\n", size)),
+    ("10 MB of lines that end in CR", 10 * MB, lambda size: after(b"A: b\r\r", repeated(b"some text\r", size))),
+    ("10 MB of lines that end in LF CR", 10 * MB, lambda size: after(b"A: b\n\r\n\r", repeated(b"some text\n\r", size))),
+    ("one line of 50 MB", 50 * MB, lambda size: after(b"A: b\n\n", repeated(b"a", size))),
+    ("one header line of 50 MB", 50 * MB, lambda size: after(b"Subject: ", repeated(b"a", size))),
+    ("50 MB of LF", 50 * MB, lambda size: after(b"A: b\n\n", repeated(b"\n", size))),
+    ("a million header fields of four bytes", 4 * MB, lambda size: repeated(b"A:b\n", size)),
+    ("a million header fields of one byte", 2 * MB, lambda size: repeated(b"A\n", size)),
+    ("50 MB of parameters of one byte", 50 * MB, lambda size: after(b"Content-Type: x", repeated(b";a", size))),
+    ("10 MB of damaged encoded words", 10 * MB, lambda size: after(b"Subject: ", repeated(b"=?utf-8?Q?=ZZ?= ", size))),
+    ("10 MB of words of unreadable bytes", 10 * MB, lambda size: after(b"To: ", repeated(UNREADABLE, size))),
+    ("every charset name there is", None, lambda size: charsets()),
+    ("parts nested 64 deep, 10 MB", 10 * MB, lambda size: nested(64, repeated(b"some text\n", size))),
+    ("parts nested 65 deep, 10 MB", 10 * MB, lambda size: nested(65, repeated(b"some text\n", size)), LIMIT, TOO_DEEP),
+    ("64 .eml within each other", 10 * MB, lambda size: attached(64, repeated(b"some text\n", size))),
+    ("65 .eml within each other", 10 * MB, lambda size: attached(65, repeated(b"some text\n", size)), LIMIT, TOO_DEEP),
+    ("64 .eml with boundaries", 10 * MB, lambda size: attached(64, repeated(b"some text\n", size), boundary=b"b")),
+    ("64 .eml of line ends", 10 * MB, lambda size: attached(64, repeated(b"\n", size), ESCAPED)),
+    ("64 .eml of dashes", 10 * MB, lambda size: attached(64, repeated(b"--b\n", size), ESCAPED, b"b")),
+    ("64 .eml of damaged escapes", 10 * MB, lambda size: attached(64, repeated(b"a =ZZ b\n", size), ESCAPED, b"x")),
+    ("64 .eml of escapes of escapes", 10 * MB, escapes_of_escapes),
+    ("the same, with damaged escapes", 10 * MB, lambda size: escapes_of_escapes(size, b"=Z\n", b"x")),
+    ("the same, with lines of dashes", 10 * MB, lambda size: escapes_of_escapes(size, b"--x\n", b"x")),
+    ("the same, with line ends", 10 * MB, lambda size: escapes_of_escapes(size, b"\n")),
+    ("every second one, with uuencoded files", 10 * MB, lambda size: escapes_of_escapes(size, BEGINNING, every=2)),
+    ("a million parts of 100 bytes", 105 * MB, lambda size: parts(b"\n" + b"a" * 99 + b"\n", size)),
+    ("240,000 parts with unreadable fields", 9 * MB,
+     lambda size: parts(b"Content-Disposition: =?x?Q?=ZZ?=\n\nb\n", size), STRUCTURE),
+    ("a million parts of one byte", 7 * MB, lambda size: parts(b"\nb\n", size), STRUCTURE),
+    ("a million parts without a byte", 4 * MB, lambda size: parts(b"", size), STRUCTURE),
+    ("a million empty uuencoded files", 14 * MB,
+     lambda size: after(b"A: b\n\n", repeated(b"begin 6 a\nend\n", size)), STRUCTURE),
+    ("a million recipients of four bytes", 4 * MB, lambda size: after(b"To: ", repeated(b"a@b,", size)), STRUCTURE),
 ]
 
 
@@ -140,6 +160,22 @@ def scan(path):
         answer = status[1].decode()
     return answer, float(user) + float(system), int(peak) * 1024
 
+DEFAULTS = (LIMIT, SCANNED)
+
+
+def milliseconds(paths):
+    before = os.times()
+    subprocess.run([SCAN, "--jobs", "1", *paths], capture_output=True, check=False)
+    after_it = os.times()
+    used = after_it.children_user + after_it.children_system - before.children_user - before.children_system
+    return used * 1000
+
+
+def write(path, blocks):
+    with open(path, "wb") as file:
+        for block in blocks:
+            file.write(block)
+
 
 def main():
     failures = 0
@@ -148,13 +184,13 @@ def main():
         pathlib.Path(path).write_bytes(b"A: b\n\nc\n")
         nothing = scan(path)[2]
         print(f"scanning next to nothing takes {nothing / MB:.0f} MB\n")
-        print("| Message | MB | Status | s | Memory |\n|---|---:|---|---:|---:|")
+        print("| Message | MB | Status | s | ms at 256 KiB | Memory |\n|---|---:|---|---:|---:|---:|")
 
-        def row(label, size, answer, seconds, memory, complaint):
+        def row(label, size, answer, seconds, small, memory, complaint):
             nonlocal failures
             failures += bool(complaint)
             end = f" FAILED: {complaint}" if complaint else ""
-            print(f"| {label} | {size} | {answer} | {seconds} | {memory} |{end}", flush=True)
+            print(f"| {label} | {size} | {answer} | {seconds} | {small} | {memory} |{end}", flush=True)
 
         os.chmod(folder, 0o755)
         closed = os.path.join(folder, "closed")
@@ -165,27 +201,36 @@ def main():
                 try:
                     ran = subprocess.run([SCAN, os.path.join(folder, name)], capture_output=True, check=False, **user)
                 except PermissionError:
-                    row(label, "", "not tried: the program stands where others may not run it", "", "", "")
+                    row(label, "", "not tried: the program stands where others may not run it", "", "", "", "")
                     continue
                 told = ran.returncode == 1 and name.encode() in ran.stderr
-                row(label, "", f"exit {ran.returncode}", "", "", "" if told else "should be told, and 1")
-        for label, blocks, limited, *rest in INPUTS:
+                row(label, "", f"exit {ran.returncode}", "", "", "", "" if told else "should be told, and 1")
+        empty = os.path.join(folder, "empty.eml")
+        write(empty, [])
+        for label, wanted_size, message, limit, wanted in ((*row_of, *DEFAULTS[len(row_of) - 3:]) for row_of in INPUTS):
             if not FILTER.search(label):
                 continue
-            with open(path, "wb") as file:
-                for block in blocks():
-                    file.write(block)
+            small = None
+            if wanted_size:
+                write(path, message(SMALL))
+                # What starting takes is no part of a scan, and the least of three is the one least disturbed.
+                start, all_of_it = (min(milliseconds([one] * SMALL_SCANS) for _ in range(3)) for one in (empty, path))
+                small = max(0.0, all_of_it - start) / SMALL_SCANS
+            write(path, message(wanted_size))
             size = os.path.getsize(path)
             answer, seconds, peak = scan(path)
             multiple = max(0, peak - nothing) / size if size >= MB else None
             complaint = ""
-            wanted = rest[0] if rest else SCANNED
             if answer != wanted:
                 complaint = f"should be {wanted}"
-            elif limited and multiple is not None and multiple > LIMIT:
-                complaint = f"more than {LIMIT:.0f}"
-            memory = "" if multiple is None else f"{multiple:.1f}"
-            row(label, f"{size / MB:.1f}", answer, f"{seconds:.2f}", memory, complaint)
+            elif multiple is not None and multiple > limit:
+                complaint = f"more than {limit:.0f}"
+            elif small is not None and small > SMALL_MS:
+                complaint = f"more than {SMALL_MS:.0f} ms"
+            elif seconds * 1000 > SMALL_MS * max(size, SMALL) / SMALL:
+                complaint = "grows faster than the message"
+            row(label, f"{size / MB:.1f}", answer, f"{seconds:.2f}", "" if small is None else f"{small:.1f}",
+                "" if multiple is None else f"{multiple:.1f}", complaint)
     return 1 if failures else 0
 
 

@@ -12,10 +12,6 @@ void decode_base64_body(const line_stretch& lines, string& out);
 // A line that ends in "=" goes on in the next one, all others get CR LF. What can't be decoded stays as it is.
 void decode_quoted_printable_body(const line_stretch& lines, string& out);
 
-// Whether a body in quoted-printable says anything but its own lines: an escape or a line that goes on in the next one
-// is in it. An "=" that stands for itself is neither.
-[[nodiscard]] bool has_quoted_printable_escape(const line_stretch& lines);
-
 // A file in a text, from its line "begin mode name" to one that begins with "end".
 struct uuencoded_block {
     string_view name;   // all behind the second blank of the first line, undecoded

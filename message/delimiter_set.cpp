@@ -2,10 +2,17 @@
 
 #include <algorithm>
 
+#if defined(__SSE2__)
+#include <bit>
+#include <emmintrin.h>
+#endif
+
 namespace tackle::internet::message2 {
 namespace {
 
 constexpr string_view dashes = "--";
+
+bool is_line_end(char c) { return c == '\r' || c == '\n'; }
 
 // By length first: most lines are then told apart without a look at their bytes.
 bool before(string_view a, string_view b) { return a.size() != b.size() ? a.size() < b.size() : a < b; }
@@ -36,6 +43,48 @@ const delimiter_set::entry* delimiter_set::find_boundary(string_view boundary) c
     const auto place = std::lower_bound(entries_.begin(), entries_.end(), boundary,
                                         [](const entry& e, string_view wanted) { return before(e.boundary, wanted); });
     return place != entries_.end() && place->boundary == boundary ? &*place : nullptr;
+}
+
+// Whether the line that begins with two dashes at `line` goes on like one of the boundaries. Of many, some will: then it
+// is as well to search for the whole line at once.
+bool delimiter_set::may_begin_at(string_view text, std::size_t line) const {
+    constexpr std::size_t many = 4;
+    const string_view rest = text.substr(line + dashes.size());
+    if (first_bytes_[static_cast<std::uint8_t>(rest.front())] == 0) return false;
+    if (entries_.size() >= many) return true;
+    return std::any_of(entries_.begin(), entries_.end(), [&](const entry& e) {
+        if (!rest.starts_with(e.boundary)) return false;
+        return rest.size() == e.boundary.size() || is_line_end(rest[e.boundary.size()]) ||
+               rest[e.boundary.size()] == dashes.front();
+    });
+}
+
+// Whatever follows a line end byte and is none itself begins a line, so no state has to be carried.
+std::size_t delimiter_set::find_candidate(string_view text, std::size_t from) const {
+    const char* const bytes = text.data();
+    const std::size_t size = text.size();
+    if (entries_.empty() || size < 3) return size;
+    if (from == 0) {
+        if (text.starts_with(dashes) && may_begin_at(text, 0)) return 0;
+        from = 1;
+    }
+#if defined(__SSE2__)
+    const auto load = [](const char* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); };
+    const auto equal = [](__m128i block, char c) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(c)); };
+    for (; from + 18 <= size; from += 16) {
+        const __m128i before = load(bytes + from - 1);
+        const __m128i pairs = _mm_and_si128(equal(load(bytes + from), '-'), equal(load(bytes + from + 1), '-'));
+        const __m128i lines = _mm_and_si128(pairs, _mm_or_si128(equal(before, '\r'), equal(before, '\n')));
+        for (auto mask = static_cast<unsigned>(_mm_movemask_epi8(lines)); mask != 0; mask &= mask - 1) {
+            const std::size_t at = from + static_cast<std::size_t>(std::countr_zero(mask));
+            if (may_begin_at(text, at)) return at;
+        }
+    }
+#endif
+    for (; from + 2 < size; ++from)
+        if (is_line_end(bytes[from - 1]) && text.substr(from).starts_with(dashes) && may_begin_at(text, from))
+            return from;
+    return size;
 }
 
 std::optional<delimiter_set::match> delimiter_set::find(string_view line) const {

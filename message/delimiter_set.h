@@ -1,8 +1,10 @@
 #pragma once
 
-#include "message/line_search.h"
+#include "foundation/text.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -24,19 +26,22 @@ public:
     // Whether the line is the delimiter or closing line of an owner; the outermost one, if it is that of several, since
     // the walk of an outer part sees the lines first.
     [[nodiscard]] std::optional<match> find(string_view line) const;
-    // The bytes that boundaries begin with, each with the number of them.
-    [[nodiscard]] const byte_counts& first_bytes() const noexcept { return first_bytes_; }
+    // The first line that could be one of those, at or after `from`; the text's size if there is none. The text begins
+    // with a line. Needs no line ends, and looks at most lines of dashes just once: a body can consist of them.
+    [[nodiscard]] std::size_t find_candidate(string_view text, std::size_t from) const;
 
 private:
+    using byte_counts = std::array<std::uint16_t, 256>;
     struct entry {
         string boundary; // a copy: that of the part may be replaced while its body is stored
         std::size_t owner;
     };
+    [[nodiscard]] bool may_begin_at(string_view text, std::size_t line) const;
     [[nodiscard]] const entry* find_boundary(string_view boundary) const;
 
     std::vector<entry> entries_; // ordered by length, bytes, owner
-    byte_counts first_bytes_{};
-    byte_counts lengths_{}; // how many have each length, all from 255 on counted together
+    byte_counts first_bytes_{};  // how many begin with each byte
+    byte_counts lengths_{};      // how many have each length, all from 255 on counted together
 };
 
 } // namespace tackle::internet::message2

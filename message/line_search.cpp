@@ -51,32 +51,6 @@ std::size_t find_line_with(string_view text, std::size_t from, char c) noexcept 
     return size;
 }
 
-std::size_t find_dashed_line(string_view text, std::size_t from, const byte_counts& third) noexcept {
-    const char* const bytes = text.data();
-    const std::size_t size = text.size();
-    if (size < 3) return size;
-    const auto matches = [&](std::size_t at) { return third[static_cast<std::uint8_t>(bytes[at + 2])] != 0; };
-    if (from == 0) {
-        if (bytes[0] == '-' && bytes[1] == '-' && matches(0)) return 0;
-        from = 1;
-    }
-#if defined(__SSE2__)
-    const __m128i dash = _mm_set1_epi8('-');
-    for (; from + 18 <= size; from += 16) {
-        const __m128i dashes =
-            _mm_and_si128(_mm_cmpeq_epi8(load(bytes + from), dash), _mm_cmpeq_epi8(load(bytes + from + 1), dash));
-        auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(dashes, line_ends(load(bytes + from - 1)))));
-        for (; mask != 0; mask &= mask - 1) {
-            const std::size_t at = from + static_cast<std::size_t>(std::countr_zero(mask));
-            if (matches(at)) return at;
-        }
-    }
-#endif
-    for (; from + 2 < size; ++from)
-        if (bytes[from] == '-' && bytes[from + 1] == '-' && is_line_end(bytes[from - 1]) && matches(from)) return from;
-    return size;
-}
-
 std::size_t find_white_control(string_view text, std::size_t from) noexcept {
     const char* const bytes = text.data();
     const std::size_t size = text.size();
@@ -121,7 +95,7 @@ std::size_t normalised_size(const line_stretch& lines) noexcept {
         if (is_line_end(bytes[at])) ++end_bytes;
         if (bytes[at] == '\r' && at + 1 < size && bytes[at + 1] == '\n') ++pairs;
     }
-    return size - end_bytes + 2 * (end_bytes - pairs + (lines.open ? 1 : 0) + lines.empty_lines);
+    return size - end_bytes + 2 * (end_bytes - pairs + (lines.open ? 1 : 0));
 }
 
 namespace {
@@ -171,8 +145,7 @@ void append_normalised(const line_stretch& lines, string& out) {
         copied = skip_line_end(bytes, end);
     }
     copy(copied, bytes.size());
-    for (std::size_t left = (lines.open ? 1 : 0) + lines.empty_lines; left > 0; --left)
-        end_line();
+    if (lines.open) end_line();
     out.resize(static_cast<std::size_t>(to - out.data()));
 }
 

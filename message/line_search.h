@@ -2,32 +2,21 @@
 
 #include "foundation/text.h"
 
-#include <array>
 #include <cstddef>
-#include <cstdint>
 
 // Searches over lines that stay where they are; the ends of lines are those of line_scanner.
 namespace tackle::internet::message2 {
 
 // A run of whole lines within a message. The last one in the bytes may be open: no line end follows it, and it can be
-// empty. Bytes without open line end right behind a line end, or hold no line. Empty lines that stand nowhere may
-// follow: a message attached as it is ends in one more than the text around it.
+// empty. Bytes without open line end right after a line end, or hold no line.
 struct line_stretch {
     string_view bytes;
     bool open = false;
-    std::size_t empty_lines = 0;
 };
 
 // The first line that begins with `c`, which is no line end, at or behind `from`; the text's size if there is none. The
 // text begins with a line.
 [[nodiscard]] std::size_t find_line_with(string_view text, std::size_t from, char c) noexcept;
-
-// A set of bytes: those whose entry is not 0.
-using byte_counts = std::array<std::uint16_t, 256>;
-
-// The first line that begins with "--" and a byte of the set, at or behind `from`; the text's size if there is none.
-// The text begins with a line. Looks at lines of dashes without a search for their ends: a body can consist of them.
-[[nodiscard]] std::size_t find_dashed_line(string_view text, std::size_t from, const byte_counts& third) noexcept;
 
 // The first byte from 9 to 13, the line ends among them, at or behind `from`; the text's size if there is none.
 [[nodiscard]] std::size_t find_white_control(string_view text, std::size_t from) noexcept;

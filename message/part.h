@@ -33,9 +33,8 @@ struct attachment_info {
 // any other, lines have no limit. What stands before the first delimiter is the part's own data, what stands behind the
 // closing line is dropped. Uuencoded files in a text become children, and so does a message attached as an .eml file.
 // Parsing takes time in proportion to the message at every depth, and recurses only from depth to depth. A message
-// attached as an .eml file whose body decodes to other lines than its own is one more text by its decoded size: base64
-// shrinks a chain of those by a quarter a link, but quoted-printable can hold an escape that is one again after each
-// decoding, and then 64 links are 64 texts of nearly the whole size.
+// attached as an .eml file is one more text by its decoded size: base64 shrinks a chain of those by a quarter a link, but
+// a chain in no encoding, or of escapes that are escapes again after each decoding, is 64 texts of nearly the whole size.
 //
 // Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type whose type can't be decoded
 // unicode::generic or coding::translate::invalid_codeword. Nothing else in a message makes it fail: an unreadable

@@ -41,31 +41,32 @@ wstring name_of_file(string_view name, string_view charset) {
 } // namespace
 
 void tree_loader::load(part& root, string_view message) {
-    load(root, message, 0, [] {});
+    load(root, message, 0, false, [] {});
 }
 
-void tree_loader::load(part& root, string&& message) { load(root, std::move(message), 0); }
+void tree_loader::load(part& root, string&& message) { load(root, std::move(message), 0, false); }
 
-void tree_loader::load(part& root, string&& message, unsigned depth) {
+void tree_loader::load(part& root, string&& message, unsigned depth, bool no_files) {
     string bytes = std::move(message);
-    load(root, bytes, depth, [&] { string().swap(bytes); });
+    load(root, bytes, depth, no_files, [&] { string().swap(bytes); });
 }
 
 // Attached messages are parsed when the walk is over and its bytes are gone, or a chain of them would keep a copy of
 // itself for each link. A failure of the walk waits for them: those found before it come first, as if each was parsed
 // where it stood. The recursion is one of depths.
 template <typename release_function>
-void tree_loader::load(part& root, string_view message, unsigned depth, const release_function& release) {
+void tree_loader::load(part& root, string_view message, unsigned depth, bool no_files,
+                       const release_function& release) {
     attached_messages found;
     std::exception_ptr failure;
     try {
-        tree_walk(message, depth, found).run(root);
+        tree_walk(message, depth, no_files, found).run(root);
     } catch (const exception&) {
         failure = std::current_exception();
     }
     release();
     for (attached_message& attached : found)
-        load(*attached.target, std::move(attached.bytes), attached.depth);
+        load(*attached.target, std::move(attached.bytes), attached.depth, attached.no_files);
     if (failure) std::rethrow_exception(failure);
 }
 
@@ -84,13 +85,12 @@ void tree_loader::read_headers(part& node, string_view section, std::size_t fiel
     if (!has_type) node.headers_.add("Content-Type", "");
 }
 
-void tree_loader::store_body(part& node, const line_stretch& lines, bool has_no_files) {
-    const string encoding = node.transfer_encoding();
+void tree_loader::store_body(part& node, const line_stretch& lines, const string& encoding, bool no_files) {
     if (encoding == "base64") {
         decode_base64_body(lines, node.content_.data);
     } else if (encoding == "quoted-printable") {
         decode_quoted_printable_body(lines, node.content_.data);
-    } else if (has_no_files) {
+    } else if (no_files) {
         append_normalised(lines, node.content_.data);
     } else {
         store_text(node, lines);
@@ -104,19 +104,12 @@ bool next_uuencoded_block(const line_stretch& lines, std::size_t& at, uuencoded_
     const string_view bytes = lines.bytes;
     for (at = find_line_with(bytes, at, 'b'); at < bytes.size(); at = find_line_with(bytes, at + 1, 'b')) {
         const string_view left = bytes.substr(at);
-        if (left.starts_with("begin") && find_uuencoded_block({left, lines.open, lines.empty_lines}, block))
-            return true;
+        if (left.starts_with("begin") && find_uuencoded_block({left, lines.open}, block)) return true;
     }
     return false;
 }
 
 } // namespace
-
-bool tree_loader::has_uuencoded_file(const line_stretch& lines) {
-    std::size_t at = 0;
-    uuencoded_block block;
-    return next_uuencoded_block(lines, at, block);
-}
 
 // Everything that is no uuencoded file goes to the data, and the files become children. Their depth is not limited:
 // they are leaves, and a text at the limit must not make its message unreadable.
@@ -126,7 +119,7 @@ void tree_loader::store_text(part& node, const line_stretch& lines) {
     bool any_file = false;
     for (uuencoded_block block; next_uuencoded_block(left, at, block); at = 0) {
         any_file = true;
-        append_normalised({left.bytes.substr(0, at), false, 0}, node.content_.data);
+        append_normalised({left.bytes.substr(0, at), false}, node.content_.data);
         node.children_.push_back(make_uuencoded(node, block));
         left = block.rest;
     }

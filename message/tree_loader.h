@@ -22,19 +22,19 @@ private:
         part* target;
         string bytes;
         unsigned depth;
+        bool no_files; // no line of it begins a uuencoded file
     };
     using attached_messages = std::vector<attached_message>;
 
     template <typename release_function>
-    static void load(part& root, string_view message, unsigned depth, const release_function& release);
-    static void load(part& root, string&& message, unsigned depth);
+    static void load(part& root, string_view message, unsigned depth, bool no_files, const release_function& release);
+    static void load(part& root, string&& message, unsigned depth, bool no_files);
 
     // What the walk does to a part.
     static std::unique_ptr<part> make_bare() { return std::unique_ptr<part>(new part(part::bare())); }
     static void read_headers(part& node, string_view section, std::size_t fields);
-    static void store_body(part& node, const struct line_stretch& lines, bool has_no_files);
+    static void store_body(part& node, const struct line_stretch& lines, const string& encoding, bool no_files);
     static void store_text(part& node, const struct line_stretch& lines);
-    static bool has_uuencoded_file(const struct line_stretch& lines);
     static std::unique_ptr<part> make_uuencoded(const part& text, const struct uuencoded_block& block);
     static void split_off_text(part& node);
     static bool is_attached_message(const part& node);

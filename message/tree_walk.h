@@ -16,13 +16,12 @@ namespace tackle::internet::message2 {
 // closing line ends the part, and what stands behind it is dropped. A part that an outer delimiter cuts ends there,
 // within its headers too; the outer parts see a line first.
 //
-// A message attached as a file in a body that decodes to its own lines is such a first child too, but for one thing:
-// each line of the decoded text has an end, so that an empty line follows it. To know that a body decodes to itself
-// takes a look ahead over all of it, which the messages attached within it then need not repeat.
+// A message attached as a file is no part of the walk: its body is decoded and handed out, to be walked by itself.
 class tree_walk {
 public:
-    // `depth` is that of the root. Text and list outlive the walk.
-    tree_walk(string_view text, unsigned depth, tree_loader::attached_messages& found);
+    // `depth` is that of the root; `no_files` says that no line of the text begins a uuencoded file. Text and list outlive
+    // the walk.
+    tree_walk(string_view text, unsigned depth, bool no_files, tree_loader::attached_messages& found);
 
     // Throws as the constructors of part, and leaves what it made so far in the tree.
     void run(part& root);
@@ -37,11 +36,6 @@ private:
             among_children,
             closed,
         } where = state::in_headers;
-        bool is_attached_message = false; // known from its own body on
-        // What is known to be nowhere in its lines.
-        bool no_files = false;
-        bool no_escapes = false;
-        std::size_t links = 0; // attached messages walked in place, from the root to this part
         std::size_t body = 0;
     };
     // A line that ends all parts inside its owner, or the end of the text, which ends all parts.
@@ -55,17 +49,14 @@ private:
 
     [[nodiscard]] std::size_t end_of_line(std::size_t line) const;
     [[nodiscard]] std::size_t line_behind(std::size_t line_end) const;
-    [[nodiscard]] line_stretch stretch(std::size_t first, std::size_t last, std::size_t empty_lines) const;
+    [[nodiscard]] line_stretch stretch(std::size_t first, std::size_t last) const;
     [[nodiscard]] cut end_of_text() const;
     bool find_cut(std::size_t line, std::size_t line_end, cut& found) const;
     [[nodiscard]] cut next_cut() const;
     bool walk_headers(cut& found);
     bool begin_body();
-    bool walk_own_body(cut& found);
     void open_child(std::size_t owner);
-    void open_attached_message(bool no_files, bool no_escapes);
     void finish_own_body(open_part& owner, std::size_t depth, const line_stretch& body);
-    std::size_t finish_headers(std::size_t last, std::size_t empty_lines);
     void finish_from(std::size_t first, std::size_t last);
     bool apply_cut(cut at);
 
@@ -73,6 +64,7 @@ private:
     std::size_t end_; // behind the last line: beyond the size, since the last line may be empty
     std::size_t position_ = 0;
     unsigned depth_;
+    bool no_files_;
     std::vector<open_part> open_;
     delimiter_set delimiters_;
     tree_loader::attached_messages& found_;

@@ -28,6 +28,7 @@ const chain chains[] = {
     // An escape that is one again after each decoding: every link has to be decoded.
     {"escapes_of_escapes", "quoted-printable", true, "text\n"},
     {"escapes_of_escapes_in_dashes", "quoted-printable", true, "--x\n"},
+    {"escapes_of_escapes_and_damaged_ones", "quoted-printable", true, "=Z\n"},
 };
 
 void load_chain(benchmark::State& state, const chain& c) {
