@@ -7,6 +7,7 @@
 #include "platform/character_class.h"
 
 #include <algorithm>
+#include <array>
 
 namespace brimwarden::analysis {
 
@@ -37,9 +38,18 @@ hidden_uri_search::hidden_uri_search(wstring_view text, bool strict_host)
       marks_(strict_host ? path_unit : mark_count) {
     for (auto& marked : marks_)
         marked.reset(text.size());
-    for (std::size_t position = 0; position < text.size(); ++position) {
-        set_marks(position);
-        if (text[position] == u'%') escapes_.push_back(position);
+    // A word of each set at a time: one position after the other would cost as much as all the rounds.
+    for (std::size_t start = 0; start < text.size(); start += position_set::word_bits) {
+        std::array<std::uint64_t, mark_count> words{};
+        const auto block = text.substr(start, position_set::word_bits);
+        for (std::size_t i = 0; i < block.size(); ++i) {
+            if (block[i] == u'%') escapes_.push_back(start + i);
+            const std::uint64_t marks = marks_of(block[i]);
+            for (std::size_t which = 0; which < marks_.size(); ++which)
+                words[which] |= (marks >> which & 1) << i;
+        }
+        for (std::size_t which = 0; which < marks_.size(); ++which)
+            marks_[which].insert_word(start, words[which]);
     }
 }
 
@@ -60,10 +70,9 @@ std::optional<wstring> hidden_uri_search::find() {
     }
 }
 
-void hidden_uri_search::set_marks(std::size_t position) {
-    const auto unit = units_[position];
-    const auto put = [&](mark which) { marks_[which].insert(position); };
-    put(live);
+unsigned hidden_uri_search::marks_of(char16_t unit) const {
+    unsigned marks = 1U << live;
+    const auto put = [&marks](mark which) { marks |= 1U << which; };
     if (!is_digit(unit)) put(no_digit);
     if (unit == u'@') put(at_sign);
     if (unit == u':') put(colon);
@@ -75,7 +84,7 @@ void hidden_uri_search::set_marks(std::size_t position) {
     } else if (strict_host_ || unit == u'/' || unit == u'+' || ends_path(unit)) {
         put(host_end);
     }
-    if (strict_host_) return;
+    if (strict_host_) return marks;
     if (unit == u'/' || ends_path(unit)) {
         put(path_end);
         if (unit != u'/') put(path_stop);
@@ -83,6 +92,14 @@ void hidden_uri_search::set_marks(std::size_t position) {
         put(path_unit);
         if ((classes_[unit] & space) == 0) put(path_text);
         put(unit == u'.' ? full_stop : path_label_unit);
+    }
+    return marks;
+}
+
+void hidden_uri_search::set_marks(std::size_t position) {
+    const auto marks = marks_of(units_[position]);
+    for (std::size_t which = 0; which < marks_.size(); ++which) {
+        if ((marks >> which & 1) != 0) marks_[which].insert(position);
     }
 }
 

@@ -61,6 +61,7 @@ private:
         std::optional<unsigned char> byte; // instead of units
     };
 
+    [[nodiscard]] unsigned marks_of(char16_t unit) const;
     void set_marks(std::size_t position);
     void clear_marks(std::size_t position);
     void erase(std::size_t position);

@@ -13,6 +13,7 @@ namespace brimwarden::analysis {
 class position_set {
 public:
     static constexpr std::size_t none = SIZE_MAX;
+    static constexpr std::size_t word_bits = 64;
 
     // Empty, for positions below `size`.
     void reset(std::size_t size) {
@@ -33,6 +34,13 @@ public:
             if (!was_clear) return;
             position /= 64;
         }
+    }
+
+    // Those of a word: bit i stands for `start` plus i, and `start` is a multiple of word_bits.
+    void insert_word(std::size_t start, std::uint64_t positions) {
+        if (positions == 0) return;
+        insert(start + static_cast<unsigned>(std::countr_zero(positions)));
+        levels_.front()[start / word_bits] |= positions;
     }
 
     void erase(std::size_t position) {

@@ -69,9 +69,10 @@ char16_t closing_unit(char16_t opening) {
 
 void scan_links(const part& root, const tackle::html::text_set& links, uri_list& uris) {
     const auto names = file_names(root);
+    seen_queries seen;
     for (const auto link : links) {
         if (!std::ranges::binary_search(names, link, {}, [](const auto& name) { return wstring_view(name); }))
-            scan_uri(link, true, uris);
+            scan_uri(link, true, uris, seen);
     }
 }
 

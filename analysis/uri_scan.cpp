@@ -34,10 +34,16 @@ void scan_value(wstring_view raw, uri_list& uris) {
 }
 
 // Addresses that an address hands on: redirections, searches.
-void scan_query_values(wstring_view candidate, uri_list& uris) {
-    bool is_first = true;
+void scan_query_values(wstring_view candidate, uri_list& uris, wstring& seen) {
+    constexpr wstring_view separators = u"?&";
+    const auto differ = std::ranges::mismatch(candidate, seen).in1 - candidate.begin();
+    const auto common = candidate.substr(0, static_cast<std::size_t>(differ));
+    const auto scanned = common.substr(0, common.find_last_of(separators) + 1); // up to 0, without a separator
+    seen.assign(candidate);
+    bool is_first = scanned.find_first_not_of(separators) == wstring_view::npos;
+    candidate.remove_prefix(scanned.size());
     while (!candidate.empty()) {
-        const auto piece = candidate.substr(0, candidate.find_first_of(u"?&"));
+        const auto piece = candidate.substr(0, candidate.find_first_of(separators));
         candidate.remove_prefix(std::min(piece.size() + 1, candidate.size()));
         if (piece.empty()) continue;
         const bool skipped = is_first || std::ranges::count(piece, u'=') > 1;
@@ -48,7 +54,7 @@ void scan_query_values(wstring_view candidate, uri_list& uris) {
 
 } // namespace
 
-void scan_uri(wstring_view candidate, bool strict_host, uri_list& uris) {
+void scan_uri(wstring_view candidate, bool strict_host, uri_list& uris, seen_queries& seen) {
     wstring hidden;
     wstring stripped;
     wstring decoded;
@@ -65,10 +71,10 @@ void scan_uri(wstring_view candidate, bool strict_host, uri_list& uris) {
     }
     const auto may_hold_query = [](char16_t unit) { return unit == u'?' || unit == u'&' || unit == u'%'; };
     if (std::ranges::none_of(candidate, may_hold_query)) return;
-    scan_query_values(candidate, uris);
+    scan_query_values(candidate, uris, seen.raw);
     // The same values once more would change nothing.
     if (const auto once_more = decode_uri_escapes(candidate, decoded); once_more != candidate)
-        scan_query_values(once_more, uris);
+        scan_query_values(once_more, uris, seen.decoded);
 }
 
 } // namespace brimwarden::analysis

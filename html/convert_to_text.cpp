@@ -97,7 +97,10 @@ void convert_to_text::on_attribute(wstring_view name, wstring_view value) {
         links.insert(url);
         return;
     }
-    if (current_tag_ == tag_kind::a && text.size() + base_.size() + url.size() < limit_) write_link(base_, url);
+    if (current_tag_ == tag_kind::a && in_body_) {
+        if (base_is_new_ || text.size() + base_.size() + url.size() < limit_) write_link(base_, url);
+        base_is_new_ = false;
+    }
     links.insert_prefixed(url);
 }
 
@@ -115,6 +118,7 @@ void convert_to_text::set_base(wstring_view url) {
     base_ = is_absolute(url) ? u"" : u"http://";
     base_ += url;
     links.set_prefix(base_);
+    base_is_new_ = true;
 }
 
 void convert_to_text::write_link(wstring_view base, wstring_view url) {

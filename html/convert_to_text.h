@@ -19,7 +19,7 @@ namespace tackle::html {
 //
 // Memory: the text is no longer than the input, but for the relative links, each of which repeats the base URL. Text
 // and links are exact as long as each has at most four times the units of the input (or 64 Ki units); relative links
-// that would go beyond are left out. See docs/html-conversion.md.
+// that would go beyond are left out, but for the first one after each base. See docs/html-conversion.md.
 class convert_to_text final : public reader {
 public:
     // `in_body`: whether text is collected before a body tag has been seen.
@@ -43,6 +43,7 @@ private:
 
     tag_kind current_tag_ = tag_kind::other;
     wstring base_;
+    bool base_is_new_ = false; // no link with it has been written to the text
     bool in_body_;
     bool last_was_space_ = true;
     std::size_t limit_ = 0; // of `text`, for links that repeat the base

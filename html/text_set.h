@@ -25,7 +25,8 @@ public:
     void set_prefix(wstring_view prefix);
     void insert_prefixed(wstring_view rest);
     // A set whose different texts have no more units than this together is complete. In a larger one the texts with a
-    // prefix are missing from the first on, in the order of insertion, that does not fit. No limit at first.
+    // prefix are missing from the first on, in the order of insertion, that does not fit; but for the first one after
+    // each call of set_prefix, which is never missing. No limit at first.
     void limit_prefixed(std::size_t units);
 
     [[nodiscard]] bool empty() const { return entries_.empty(); }
@@ -38,22 +39,22 @@ public:
 
 private:
     struct entry {
-        std::size_t start; // in units_
-        std::size_t length;
-        std::size_t prefix; // index in prefixes_, or no_prefix
+        std::uint32_t start; // in units_
+        std::uint32_t length;
+        std::uint32_t prefix; // index in prefixes_, or no_prefix
+        bool is_first;        // after its prefix was set: not subject to the limit
     };
-    struct measured_entry {
-        std::size_t length; // with its prefix
-        std::size_t index;  // in entries_
-    };
-    static constexpr std::size_t no_prefix = SIZE_MAX;
+    struct different_entry;
+    struct joined_text;
+    static constexpr std::uint32_t no_prefix = UINT32_MAX;
     static constexpr std::size_t recent_slots = 64;
 
-    entry append(wstring_view text, std::size_t prefix);
-    void enter(wstring_view text, std::size_t prefix);
+    entry append(wstring_view text, std::uint32_t prefix);
+    void enter(wstring_view text, std::uint32_t prefix, bool is_first);
     [[nodiscard]] wstring_view rest_of(const entry& of) const { return {units_.data() + of.start, of.length}; }
     [[nodiscard]] wstring_view prefix_of(const entry& of) const;
-    [[nodiscard]] std::vector<measured_entry> different_entries() const;
+    [[nodiscard]] std::vector<different_entry> different_entries() const;
+    void leave_out(std::vector<different_entry>& entries) const;
     void join_prefixed() const;
 
     std::vector<char16_t> units_;
@@ -61,7 +62,8 @@ private:
     std::vector<entry> entries_;      // in the order of insertion, most repetitions left out
     std::vector<std::size_t> recent_; // indexes in entries_ plus one, by a cheap hash: a cache, no proof
     std::size_t limit_ = SIZE_MAX;
-    mutable std::vector<char16_t> joined_; // the texts with a prefix, written out
+    bool prefix_is_new_ = false; // nothing has been inserted with it
+    mutable wstring joined_;     // the texts with a prefix, written out
     mutable std::vector<wstring_view> sorted_;
     mutable bool is_sorted_ = true;
 };

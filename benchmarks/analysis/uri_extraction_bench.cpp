@@ -91,6 +91,16 @@ link_list falling(std::size_t units) {
         links.push_back(u"http:a.com/" + wstring(24 - i % 24, u'x') + u"/" + word(i / 24));
     return links;
 }
+// One base in front of all: with addresses hidden in it, or with a query whose values all of them repeat.
+link_list behind_base(wstring_view piece, std::size_t units) {
+    link_list links;
+    const auto base = u"http:x" + repeated(piece, 100);
+    for (std::size_t i = 0; i * 28 < units; ++i)
+        links.push_back(base + word(i));
+    return links;
+}
+link_list behind_hidden(std::size_t units) { return behind_base(u"a.b.https:", units); }
+link_list behind_query(std::size_t units) { return behind_base(u".com%%%01?q=&", units); }
 link_list rising(std::size_t units) {
     auto links = falling(units);
     std::ranges::reverse(links);
@@ -154,6 +164,8 @@ BENCHMARK_CAPTURE(scan_all_links, different, different, 0)->BRMX_SIZES;
 BENCHMARK_CAPTURE(scan_all_links, different_and_files, different, 4000)->BRMX_SIZES;
 BENCHMARK_CAPTURE(scan_all_links, falling, falling, 0)->BRMX_SIZES;
 BENCHMARK_CAPTURE(scan_all_links, rising, rising, 0)->BRMX_SIZES;
+BENCHMARK_CAPTURE(scan_all_links, behind_hidden, behind_hidden, 0)->BRMX_SIZES;
+BENCHMARK_CAPTURE(scan_all_links, behind_query, behind_query, 0)->BRMX_SIZES;
 BENCHMARK_CAPTURE(scan_spoken, domains, u"com ")->BRMX_SIZES;
 BENCHMARK_CAPTURE(scan_spoken, dots, u"com dot dot dot dot ")->BRMX_SIZES;
 BENCHMARK_CAPTURE(scan_spoken, addresses, u"www dot a dot com ")->BRMX_SIZES;
