@@ -44,6 +44,8 @@ community_client::~community_client() {
     }
 }
 
+void community_client::abandon() { socket_.close_inherited_socket(); }
+
 void community_client::stop() {
     turnstile_.close(0);
     socket_.close_socket(); // ends the receive, and no probe can be sent any more
@@ -81,7 +83,9 @@ void community_client::receive_one(ip4& sender) {
         refusal_arrived(sender);
     } catch (const raw::host_unreachable&) {
         refusal_arrived(sender);
-    } catch (const std::exception&) { // a datagram lost, or the socket closed: who waits runs out of time by itself
+    } catch (const tackle::internet::transport::not_a_socket&) {
+        throw; // ends the thread: a receive without a socket fails at once, now and at every other try
+    } catch (const std::exception&) { // a datagram lost: who waits runs out of time by itself
         return;
     }
 }

@@ -35,6 +35,11 @@ public:
     community_client(const community_client&) = delete;
     community_client& operator=(const community_client&) = delete;
 
+    // In place of the destructor, in a child of the process that made the client: the threads are not here, the socket
+    // is the parent's as well, and a fork may have met the lock and the lists in the middle of a change. So the object
+    // stays for ever and must not be used any more; only the descriptor of the socket is given back.
+    void abandon();
+
     // The four operations. Each throws discovery_pending, timed_out, protocol_error or invalid_credentials, or what the
     // transport raises. `timeout_ms` is looked at before each attempt, so an operation may take longer by one attempt;
     // 0 is no limit for a connection, and for a datagram means that the first one is the last, answered or not.

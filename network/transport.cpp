@@ -139,6 +139,11 @@ void base::close_socket() {
     if (status.cause != socket_cause::not_a_socket) check("closesocket", status);
 }
 
+void base::close_inherited_socket() {
+    std::atomic<std::uint32_t> nobody{0};
+    (void)platform::close_socket(socket_.exchange(platform::no_socket), nobody);
+}
+
 void base::count_received(std::size_t bytes) {
     received_total_.fetch_add(static_cast<std::uint32_t>(bytes), std::memory_order_relaxed);
 }

@@ -35,6 +35,9 @@ public:
     void set_receive_timeout(std::uint32_t milliseconds);
     // May be called any number of times. A call that another thread has under way ends with an exception.
     void close_socket();
+    // Closes it in this process alone, which has it from its parent: another process goes on using it. The calls under
+    // way at the fork do not count, as their threads are not here.
+    void close_inherited_socket();
 
     // Bytes so far, wrapping. Threads that send at once may lose a count; nobody's work depends on it.
     [[nodiscard]] std::uint32_t received_total() const { return received_total_.load(std::memory_order_relaxed); }

@@ -10,6 +10,8 @@ std::string process_file_name() {
     return length < 0 ? std::string() : std::string(name, static_cast<std::size_t>(length));
 }
 
+std::uint32_t process_id() noexcept { return static_cast<std::uint32_t>(getpid()); }
+
 char path_separator() noexcept { return '/'; }
 
 } // namespace tackle::platform

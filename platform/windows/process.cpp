@@ -10,6 +10,8 @@ std::string process_file_name() {
     return {name, length};
 }
 
+std::uint32_t process_id() noexcept { return GetCurrentProcessId(); }
+
 char path_separator() noexcept { return '\\'; }
 
 } // namespace tackle::platform

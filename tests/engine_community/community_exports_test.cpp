@@ -2,6 +2,11 @@
 
 #include <algorithm>
 
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
 // The community through the exports alone, with a real peer. A program of its own: once a group is set there is no way
 // back to an engine without one.
 namespace {
@@ -186,6 +191,35 @@ TEST_F(community, comes_back_with_the_state) {
     const auto handle = open_member();
     EXPECT_EQ(handle, 4097U);
 }
+
+#if !defined(_WIN32) && !defined(__SANITIZE_THREAD__) // which knows no threads behind a fork
+TEST_F(community, of_a_parent_is_not_touched_by_its_child) {
+    serve();
+    const auto scan = [&] {
+        std::int32_t probability = -1;
+        return BRMX_Spam_GetProbability(open_member(), generous_ms, &probability);
+    };
+    for (const bool joins : {false, true}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(20);
+            bool good = scan() == community_unavailable;
+            good = good && BRMX_Spam_GetCommunityHealth(0, nullptr, nullptr, nullptr) == community_unavailable;
+            if (joins)
+                good = good && set_group(host()) == status_ok &&
+                       BRMX_Spam_GetCommunityHealth(0, nullptr, nullptr, nullptr) == status_ok && scan() == status_ok;
+            _exit(good && BRMX_Engine_Shutdown() == status_ok ? 0 : 1);
+        }
+        int outcome = -1;
+        ASSERT_EQ(waitpid(child, &outcome, 0), child);
+        EXPECT_EQ(outcome, 0) << joins;
+        const auto handle = open_member();
+        std::int32_t probability = -1;
+        EXPECT_EQ(BRMX_Spam_GetProbability(handle, generous_ms, &probability), status_ok) << joins;
+        EXPECT_GE(statistics_of(handle)[3], 1U) << joins; // by datagram: the socket is open, and the thread receives
+    }
+}
+#endif
 
 TEST_F(community, ends_with_the_engine) {
     serve();
