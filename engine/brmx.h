@@ -144,8 +144,7 @@ BRMX_EXPORT engine_status BRMX_Engine_GetSessionInformation(uint32_t* open_sessi
  * engine.
  *
  * THE TRAP: each call adds a record to the text, also to the one that BRMX_Engine_SetState was given, and that function
- * reads the first record only, which is the oldest. So keep the last one: the text behind the fifth carriage return
- * from its end, or all of it if it has four.
+ * reads the first record only, which is the oldest. So keep the last one, as BRMX_Engine_GetLastState gives it.
  * text           out: owned by the library, good until the next call of either function; no terminator
  * length         out: its length
  * returns        status_ok, null_argument (*) */
@@ -157,6 +156,27 @@ BRMX_EXPORT engine_status BRMX_Engine_GetState(const brmx_char** text, uint32_t*
  * returns        status_ok, null_argument, status_failed (no such text), and whatever
  *                BRMX_Spam_SetCommunityServerGroup returns (*) */
 BRMX_EXPORT engine_status BRMX_Engine_SetState(const brmx_char* text, uint32_t length);
+
+/* Hands out the last record alone: what a client keeps. A part of this header, and not of the library.
+ *
+ * The recipe, for other languages: call BRMX_Engine_GetState twice. The second text is the first and one record, so the
+ * record begins where the first text has ended. Do not search the text for it: any text can stand before the record,
+ * one without a line end included, and a group can have line ends in its name.
+ * text           out: as above
+ * length         out: as above
+ * returns        status_ok, null_argument (*) */
+static inline engine_status BRMX_Engine_GetLastState(const brmx_char** text, uint32_t* length) {
+    engine_status status = BRMX_Engine_GetState(text, length);
+    if (status == status_ok) {
+        const uint32_t before = *length;
+        status = BRMX_Engine_GetState(text, length);
+        if (status == status_ok && before < *length) {
+            *text += before;
+            *length -= before;
+        }
+    }
+    return status;
+}
 
 /* ---- Sessions: one message each, named by a handle ---- */
 

@@ -7,10 +7,10 @@ becomes one of Doxygen's, its columns become parameters, and each function gets 
 import re
 import sys
 
-FUNCTION = re.compile(r"BRMX_EXPORT[^;]+;", re.S)
+FUNCTION = re.compile(r"(?:BRMX_EXPORT|static inline)[^;{]+[;{]", re.S)
 COMMENT = r"/\*(?!\*)(?:(?!\*/).)*\*/"
 COLUMN = 15  # where the text about an argument begins, at the earliest
-DOCUMENTED = re.compile(rf"({COMMENT})\n((?:BRMX_EXPORT[^;]+;\n?)+)", re.S)
+DOCUMENTED = re.compile(rf"({COMMENT})\n((?:{FUNCTION.pattern}\n?)+)", re.S)
 
 
 def parameters_of(function):

@@ -348,11 +348,8 @@ public:
     [[nodiscard]] std::string state() const {
         const brmx_char* text = nullptr;
         std::uint32_t length = 0;
-        check(BRMX_Engine_GetState(&text, &length));
-        std::uint32_t start = length;
-        for (int ends = 0; start > 0 && (text[start - 1] != '\r' || ++ends <= 4);)
-            --start;
-        return detail::to_utf8(text + start, length - start);
+        check(BRMX_Engine_GetLastState(&text, &length));
+        return detail::to_utf8(text, length);
     }
 
     /** Takes up what state() gave in an earlier run; this joins its community as well. */

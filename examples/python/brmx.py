@@ -422,9 +422,10 @@ class Engine:
     def state(self) -> str:
         """What has to be kept for the next run: the present state alone, without the records of earlier calls that the
         library puts before it."""
-        text, length = _TEXT(), c_uint32()
+        text, before, length = _TEXT(), c_uint32(), c_uint32()
+        _check(_library.BRMX_Engine_GetState(text, before))  # the recipe of brmx.h, at BRMX_Engine_GetLastState
         _check(_library.BRMX_Engine_GetState(text, length))
-        return "".join(field + "\r" for field in _text(text, length.value).split("\r")[-5:-1])
+        return _text(ctypes.addressof(text.contents) + 2 * before.value, length.value - before.value)
 
     def restore(self, state: str) -> None:
         """Takes up what state() gave in an earlier run; this joins its community as well."""

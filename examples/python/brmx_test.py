@@ -150,7 +150,7 @@ class engine(unittest.TestCase):
 
     def test_z_asks_the_community(self):  # last: there is no way back to an engine without one
         community = a_community()
-        self.engine.restore(f"1\rBA\r{community.host}\rA\r")
+        self.engine.restore(f"1\rBA\r{community.host}\rA")  # without the end of its last field
         self.assertEqual(self.engine.health(), brmx.CommunityHealth(1, 0, self.engine.health().latency_ms))
         self.assertEqual(self.engine.state(), f"1\rBA\r{community.host}\rA\r")
         self.assertEqual(self.engine.state(), f"1\rBA\r{community.host}\rA\r")

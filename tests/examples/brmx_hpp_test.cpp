@@ -89,7 +89,8 @@ TEST(brmx_hpp, lives_through_the_life_of_the_engine) {
         const auto address = server::fresh_address();
         server peer(address, "secret");
         const auto host = address.to_string(tackle::internet::address::numeric_host);
-        running.restore("1\rZ\r" + host + "\rA\r");
+        running.restore("1\rZ\r" + host + "\rA");
+        EXPECT_EQ(running.state(), "1\rZ\r" + host + "\rA\r"); // what it was given has no end
         EXPECT_EQ(running.health().reachable, 1U);
         brmx::session member(running, message);
         EXPECT_EQ(member.handle(), 26U);

@@ -113,6 +113,11 @@ class brmx_scan(unittest.TestCase):
                 self.assertEqual(run("--state", str(path), MARKED, ZIPPED)[0], 0)
                 self.assertEqual(path.read_bytes(), expected)
             self.assertEqual(os.listdir(folder), ["state"])
+            path.write_bytes(b"1\rE\r\rA")  # the last field has no end
+            path.chmod(0o604)
+            mode = path.stat().st_mode
+            self.assertEqual(run("--state", str(path), MARKED)[0], 0)
+            self.assertEqual((path.read_bytes(), path.stat().st_mode), (b"1\rF\r\rA\r", mode))
             path.write_bytes(b"nonsense")
             status, out, error = run("--state", str(path), MARKED)
             self.assertEqual((status, out, path.read_bytes()), (1, "", b"nonsense"))

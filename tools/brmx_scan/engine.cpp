@@ -172,10 +172,10 @@ engine_status set_state(const std::u16string& text) {
     return BRMX_Engine_SetState(units.data(), static_cast<std::uint32_t>(units.size()));
 }
 
-std::u16string get_state() {
+std::u16string last_state() {
     const brmx_char* text = nullptr;
     std::uint32_t length = 0;
-    const auto status = BRMX_Engine_GetState(&text, &length);
+    const auto status = BRMX_Engine_GetLastState(&text, &length);
     if (status != status_ok) throw std::runtime_error(std::string("the engine gives no state: ") + status_name(status));
     return from_interface(text, length);
 }

@@ -83,9 +83,9 @@ public:
     [[nodiscard]] community_health health() const;
 };
 
-// The engine's state text, which keeps a record of each call. Need a running engine.
+// The engine's state text: taken from an earlier run, and given for the next one. Need a running engine.
 [[nodiscard]] engine_status set_state(const std::u16string& text);
-[[nodiscard]] std::u16string get_state();
+[[nodiscard]] std::u16string last_state();
 
 // UTF-8 as UTF-16; nothing for what is no UTF-8.
 [[nodiscard]] std::optional<std::u16string> to_units(const std::string& text);

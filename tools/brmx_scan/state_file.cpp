@@ -18,13 +18,9 @@ namespace fs = std::filesystem;
 
 fs::path path_of(const std::string& name) { return {std::u8string(name.begin(), name.end())}; }
 
-// The engine adds a record to the ones before; the last one is the present state.
-std::u16string last_record(std::u16string_view text) {
-    std::size_t ends = 0;
-    std::size_t start = text.size();
-    while (start > 0 && (text[start - 1] != u'\r' || ++ends <= 4))
-        --start;
-    return std::u16string(text.substr(start));
+// Who may read and write `file` from now on, if that is not so yet: not every file system knows how to change it.
+void set_mode(const fs::path& file, fs::perms mode, std::error_code& failure) {
+    if (fs::status(file, failure).permissions() != mode && !failure) fs::permissions(file, mode, failure);
 }
 
 } // namespace
@@ -49,10 +45,12 @@ void save_state(const std::string& file) {
     auto beside = target;
     beside += "." + std::to_string(std::random_device()()) + ".new"; // of no other process that does the same
     std::ofstream out(beside, std::ios::binary | std::ios::trunc);
-    out << to_utf8(last_record(get_state()));
-    out.close();
     failure.clear();
-    if (out) fs::rename(beside, target, failure);
+    if (const auto replaced = fs::status(target); out && fs::exists(replaced))
+        set_mode(beside, replaced.permissions(), failure); // before there is anything to read
+    if (!failure) out << to_utf8(last_state());
+    out.close();
+    if (out && !failure) fs::rename(beside, target, failure);
     if (out && !failure) return;
     fs::remove(beside, failure);
     throw std::runtime_error(file + ": the state could not be written");

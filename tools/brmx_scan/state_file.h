@@ -9,7 +9,7 @@ namespace brmx_scan {
 void load_state(const std::string& file);
 
 // Writes the engine's state: into a new file beside, which then takes the place of the old one, so that whoever reads
-// finds one of the two whole. Throws std::runtime_error.
+// finds one of the two whole. It takes over the mode of the old one. Throws std::runtime_error.
 void save_state(const std::string& file);
 
 } // namespace brmx_scan
