@@ -2,11 +2,12 @@
 
 #include "foundation/coding.h"
 #include "foundation/unicode.h"
+#include "network/address_errors.h"
 
 namespace brimwarden::analysis {
 
 // Runs something that reads fields of a message, and goes on silently if one of them cannot be decoded, whether its
-// character set or its transfer coding refuses: no single field may blind a whole scan. What `body` had done before
+// character set, its transfer coding or an address in it refuses: no single field may blind a whole scan. What `body` had done before
 // stays done. Everything else that `body` throws goes through.
 template <typename function>
 void if_readable(const function& body) {
@@ -14,6 +15,7 @@ void if_readable(const function& body) {
         body();
     } catch (const tackle::unicode::generic&) {
     } catch (const tackle::coding::translate::generic&) {
+    } catch (const tackle::internet::address::generic&) {
     }
 }
 

@@ -4,6 +4,7 @@
 #include "community/stopwatch.h"
 #include "foundation/scope.h"
 #include "foundation/unicode.h"
+#include "network/numeric_address.h"
 
 namespace brimwarden::analysis::community {
 
@@ -33,7 +34,7 @@ void check_outcome(const packet& reply) {
 } // namespace
 
 void community_client::trace_server(const ip4& server, trace_list& trace) {
-    const wstring address = tackle::unicode::to_wide(server.to_string(tackle::internet::address::numeric_host),
+    const wstring address = tackle::unicode::to_wide(tackle::internet::address::numeric_text(server.address()),
                                                      tackle::unicode::raw_code_page);
     const scope lock(this);
     const auto entry = servers_.find(server);

@@ -11,6 +11,7 @@
 #include "foundation/unicode.h"
 #include "message/header_type/addresses_value_type.h"
 #include "message/header_type/unstructured_value_type.h"
+#include "network/numeric_address.h"
 
 #include <algorithm>
 
@@ -27,8 +28,10 @@ namespace {
 
 constexpr std::size_t shortest_preamble = 32; // bytes: what the client writes in front of the first boundary is longer
 
+// By own code: the system's resolver refuses even digits while nobody has started its sockets, and without a community
+// nobody has.
 wstring numeric_text(const ip4& address) {
-    return tackle::unicode::to_wide(address.to_string(tackle::internet::address::numeric_host),
+    return tackle::unicode::to_wide(tackle::internet::address::numeric_text(address.address()),
                                     tackle::unicode::raw_code_page);
 }
 
@@ -80,10 +83,12 @@ void plugin::walk_received(const part& root, signature_list& signatures) {
     for (std::size_t i = headers.size(); i-- > 0;) {
         const auto field = headers[i];
         if (!tackle::iequals(field.name, "received")) continue;
-        const auto address = received_address(field.value);
-        if (!address) continue;
-        if (received_addresses.empty()) add_origin(signatures, *address, u"Extracted from Received: field");
-        received_addresses.insert(*address);
+        if_readable([&] {
+            const auto address = received_address(field.value);
+            if (!address) return;
+            if (received_addresses.empty()) add_origin(signatures, *address, u"Extracted from Received: field");
+            received_addresses.insert(*address);
+        });
     }
 }
 

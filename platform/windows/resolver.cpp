@@ -47,11 +47,8 @@ resolver_status name_of(const void* address, std::uint32_t size, name_style styl
                       (style.required ? NI_NAMEREQD : 0);
     const int result = getnameinfo(static_cast<const sockaddr*>(address), static_cast<socklen_t>(size), host,
                                    sizeof host, nullptr, 0, flags);
-    if (result == 0) {
-        out = host;
-        return {};
-    }
-    return status_of(WSAGetLastError());
+    if (result == 0) out = host;
+    return status_of(result);
 }
 
 } // namespace tackle::platform

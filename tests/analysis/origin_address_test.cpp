@@ -1,5 +1,7 @@
 #include "analysis/origin_address.h"
 
+#include "network/numeric_address.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -8,7 +10,7 @@ using namespace brimwarden::analysis;
 
 // Empty for none.
 std::string text_of(const std::optional<tackle::internet::address::ip4>& address) {
-    return address ? address->to_string(tackle::internet::address::numeric_host) : "";
+    return address ? tackle::internet::address::numeric_text(address->address()) : "";
 }
 
 struct public_case {
