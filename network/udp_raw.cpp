@@ -2,6 +2,8 @@
 
 #include "network/raise.h"
 
+#include <algorithm>
+
 namespace tackle::internet::transport::udp {
 
 namespace {
@@ -18,9 +20,14 @@ constexpr failure_row transfer_rows[] = {
     {socket_cause::host_unreachable, throw_as<raw::host_unreachable>},
 };
 
+constexpr std::uint32_t largest_datagram = 65507; // bytes, over IPv4
+
 } // namespace
 
-void raw::create(const address::base& address) { base::create(address, platform::socket_type::datagram); }
+void raw::create(const address::base& address) {
+    if (!block_) block_ = std::make_unique_for_overwrite<char[]>(largest_datagram);
+    base::create(address, platform::socket_type::datagram);
+}
 
 void raw::send_to(const address::base& address, string_view bytes) {
     const use call(*this);
@@ -32,10 +39,10 @@ void raw::send_to(const address::base& address, string_view bytes) {
 
 void raw::receive_from(address::base& sender, string& buffer, std::uint32_t size) {
     const use call(*this);
-    buffer.resize(size);
-    const auto got = platform::receive_from(call.handle(), sender.data(), sender.size(), buffer.data(), size);
+    const auto got = platform::receive_from(call.handle(), sender.data(), sender.size(), block_.get(),
+                                            std::min(size, largest_datagram));
     check("recvfrom", got.status, transfer_rows);
-    buffer.resize(got.count);
+    buffer.assign(block_.get(), got.count);
     if (got.address_size != sender.size())
         throw generic(
             format("recvfrom() returned address of incorrect size %i (expected %i)", got.address_size, sender.size()));

@@ -2,6 +2,8 @@
 
 #include "network/transport.h"
 
+#include <memory>
+
 namespace tackle::internet::transport::udp {
 
 // A datagram socket. Any number of threads may send at once while one other thread receives.
@@ -42,6 +44,10 @@ public:
     // Waits for one datagram of at most `size` bytes; `buffer` then holds just that, and `sender` who sent it. After
     // port_unreachable and host_unreachable `sender` is who did not want an earlier datagram, where the system tells.
     void receive_from(address::base& sender, string& buffer, std::uint32_t size);
+
+private:
+    std::unique_ptr<char[]>
+        block_; // where a datagram is received; in the buffer, all of its room would be cleared first
 };
 
 } // namespace tackle::internet::transport::udp

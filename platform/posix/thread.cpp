@@ -20,16 +20,13 @@ struct task {
     void* argument;
 };
 
-// Real time if the process may, else the best share of the ordinary scheduler.
+// Real time if the process may, else the best share of the ordinary scheduler. The lowest real-time priority runs before
+// all ordinary threads; strangers' datagrams can keep such a thread busy, so it never runs before the machine's own.
 void raise_own_priority() noexcept {
     sched_param wanted{};
-    wanted.sched_priority = sched_get_priority_max(SCHED_FIFO);
+    wanted.sched_priority = sched_get_priority_min(SCHED_FIFO);
     if (pthread_setschedparam(pthread_self(), SCHED_FIFO, &wanted) == 0) return;
     rlimit limit{};
-    if (getrlimit(RLIMIT_RTPRIO, &limit) == 0 && limit.rlim_cur > 0) {
-        wanted.sched_priority = static_cast<int>(limit.rlim_cur);
-        if (pthread_setschedparam(pthread_self(), SCHED_FIFO, &wanted) == 0) return;
-    }
     if (getrlimit(RLIMIT_NICE, &limit) != 0 || limit.rlim_cur <= 20) return;
     const int lowest = limit.rlim_cur >= 40 ? -20 : 20 - static_cast<int>(limit.rlim_cur);
     // The system knows a share for each thread, under the thread's own number.

@@ -37,7 +37,9 @@ bool start_urgent_thread(void (*body)(void*), void* argument, thread_handle& out
         SetLastError(error);
         return false;
     }
-    SetThreadPriority(thread, THREAD_PRIORITY_TIME_CRITICAL);
+    // Just below the real-time range, but in a process of that class at its very top; there the lowest is enough.
+    const bool real_time = GetPriorityClass(GetCurrentProcess()) == REALTIME_PRIORITY_CLASS;
+    SetThreadPriority(thread, real_time ? THREAD_PRIORITY_IDLE : THREAD_PRIORITY_TIME_CRITICAL);
     ResumeThread(thread);
     out = reinterpret_cast<thread_handle>(thread);
     return true;
