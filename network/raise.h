@@ -20,12 +20,17 @@ struct failure_row {
     const char* named = nullptr;
 };
 
-// Throws what the first fitting row says; then the causes that all calls share, then generic with the number.
-[[noreturn]] void raise(const char* call, platform::socket_status status, std::span<const failure_row> rows);
+// Throws what the first fitting row says, and returns if none fits.
+void raise_listed(const char* call, platform::socket_status status, std::span<const failure_row> rows);
+// Throws the causes that all calls share, or generic with the number.
+[[noreturn]] void raise_other(const char* call, platform::socket_status status);
 
-// Does nothing if all went well.
-inline void check(const char* call, platform::socket_status status, std::span<const failure_row> rows = {}) {
-    if (status.failed()) raise(call, status, rows);
+// Does nothing if all went well. Throws by the first table that has the cause.
+template <typename... tables>
+void check(const char* call, platform::socket_status status, const tables&... rows) {
+    if (!status.failed()) return;
+    (raise_listed(call, status, rows), ...);
+    raise_other(call, status);
 }
 
 } // namespace tackle::internet::transport

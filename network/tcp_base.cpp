@@ -1,6 +1,6 @@
 #include "network/tcp_base.h"
 
-#include "network/raise.h"
+#include "network/connection_rows.h"
 
 #include <algorithm>
 
@@ -13,12 +13,7 @@ using platform::socket_cause;
 // The text of an aborted send names the neighbouring call, as clients know it.
 constexpr failure_row transfer_rows[] = {
     {socket_cause::interrupted, throw_as<operation_interrupted>},
-    {socket_cause::network_reset, throw_as<base::connection_reset>},
-    {socket_cause::connection_reset, throw_as<base::connection_reset>},
     {socket_cause::connection_aborted, throw_as<base::connection_aborted>, "recv"},
-    {socket_cause::not_connected, throw_as<base::connection_failed>},
-    {socket_cause::shut_down, throw_as<base::connection_closed>},
-    {socket_cause::timed_out, throw_as<base::connection_timed_out>},
 };
 
 bool is_line_end(char c) { return c == '\r' || c == '\n'; }
@@ -85,14 +80,14 @@ void base::shutdown_send() {
     const use call(*this);
     const auto status = platform::shutdown_send(call.handle());
     if (status.cause == socket_cause::not_a_socket) return;
-    if (status.cause != socket_cause::not_connected) check("shutdown", status);
+    if (status.cause != socket_cause::not_connected) check("shutdown", status, connection_rows);
     send_buffer_.clear();
 }
 
 std::size_t base::receive(std::span<char> buffer) {
     const use call(*this);
     const auto got = platform::receive(call.handle(), buffer.data(), buffer.size());
-    check("recv", got.status, transfer_rows);
+    check("recv", got.status, transfer_rows, connection_rows);
     if (got.count == 0) throw connection_closed("recv() failed");
     count_received(got.count);
     return got.count;
@@ -102,7 +97,7 @@ void base::send_all(string_view bytes) {
     const use call(*this);
     while (!bytes.empty()) {
         const auto sent = platform::send(call.handle(), bytes.data(), bytes.size());
-        check("send", sent.status, transfer_rows);
+        check("send", sent.status, transfer_rows, connection_rows);
         if (sent.count == 0) throw connection_closed("send() failed");
         count_sent(sent.count);
         bytes.remove_prefix(sent.count);

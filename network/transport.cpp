@@ -1,7 +1,6 @@
 #include "network/transport.h"
 
-#include "network/raise.h"
-#include "network/tcp_base.h"
+#include "network/connection_rows.h"
 
 namespace tackle::internet::transport {
 
@@ -17,10 +16,7 @@ constexpr failure_row connect_rows[] = {
     {socket_cause::interrupted, throw_as<operation_interrupted>},
     {socket_cause::address_in_use, throw_as<address_in_use>},
     {socket_cause::address_not_valid, throw_as<address_not_valid>},
-    {socket_cause::network_unreachable, throw_as<tcp::base::network_unreachable>},
     {socket_cause::timed_out, throw_as<tcp::base::host_unreachable>}, // silence tells no more than that
-    {socket_cause::host_unreachable, throw_as<tcp::base::host_unreachable>},
-    {socket_cause::connection_refused, throw_as<tcp::base::connection_refused>},
 };
 constexpr failure_row accept_rows[] = {
     {socket_cause::interrupted, throw_as<operation_interrupted>},
@@ -87,7 +83,8 @@ void base::listen() {
 
 void base::connect(const address::base& address) {
     const use call(*this);
-    check("connect", platform::connect_socket(call.handle(), address.data(), address.size()), connect_rows);
+    check("connect", platform::connect_socket(call.handle(), address.data(), address.size()), connect_rows,
+          tcp::connection_rows);
 }
 
 void base::accept(base& listener) {
@@ -129,7 +126,7 @@ void base::set_send_buffer(std::uint32_t bytes) {
 
 void base::set_receive_timeout(std::uint32_t milliseconds) {
     const use call(*this);
-    check("setsockopt", platform::set_receive_timeout(call.handle(), milliseconds));
+    check("setsockopt", platform::set_receive_timeout(call.handle(), milliseconds), tcp::connection_rows);
 }
 
 void base::close_socket() {

@@ -33,6 +33,7 @@ enum class socket_cause : std::uint8_t {
     shut_down,
     timed_out,
     message_too_long,
+    no_resources, // this machine is short of memory, buffers or ports for the connection
     not_ready,
     version_not_supported,
     other,
@@ -76,7 +77,8 @@ enum class socket_type : std::uint8_t { stream = 1, datagram = 2 };
 // this.
 [[nodiscard]] socket_status close_socket(socket_handle socket, std::atomic<std::uint32_t>& calls) noexcept;
 
-// Sends one datagram. What became of datagrams sent earlier is for receive_from and never fails a later one.
+// Sends one datagram. What became of datagrams sent earlier is for receive_from and never fails a later one. On Linux a
+// datagram that this machine does not take, as a full queue or a firewall does, is lost like one on the way: a success.
 [[nodiscard]] transfer send_to(socket_handle socket, const void* address, std::uint32_t size, const void* bytes,
                                std::size_t count) noexcept;
 // Waits for one datagram. Where the system tells that an earlier datagram could not be delivered, that is a failure of

@@ -60,9 +60,12 @@ socket_status accept_socket(socket_handle listener, socket_handle& out) noexcept
             return {};
         }
         if (errno == EINTR) continue;
-        // The peer went away between the handshake and this call.
-        if (errno == ECONNABORTED) return {socket_cause::connection_reset, ECONNABORTED};
-        return socket_failure(errno);
+        // The peer went away between the handshake and this call, or the network has lost the way to it.
+        socket_status status = connection_failure(errno);
+        if (status.cause == socket_cause::connection_aborted || status.cause == socket_cause::host_unreachable ||
+            status.cause == socket_cause::network_unreachable)
+            status.cause = socket_cause::connection_reset;
+        return status;
     }
 }
 
@@ -78,7 +81,7 @@ socket_status max_message_size(socket_handle socket, std::uint32_t& value, std::
     int type = 0;
     socklen_t length = sizeof type;
     if (getsockopt(descriptor(socket), SOL_SOCKET, SO_TYPE, &type, &length) != 0) return socket_failure(errno);
-    value = 65507; // what the length field of IPv4 leaves behind both headers; the system has no call for it
+    value = largest_datagram;
     size = sizeof value;
     return {};
 }

@@ -35,7 +35,8 @@ socket_cause cause_of(int number) noexcept {
     case EPIPE:
     case ESHUTDOWN:
         return socket_cause::shut_down;
-    case EAGAIN: // how a blocking call says that its time is over
+    case EAGAIN:      // how a blocking call says that its time is over,
+    case EINPROGRESS: // and how connect() does
     case ETIMEDOUT:
         return socket_cause::timed_out;
     case EMSGSIZE:
@@ -45,8 +46,35 @@ socket_cause cause_of(int number) noexcept {
     }
 }
 
+// Not here, for they can only be the program's own: EBADF, ENOTSOCK, EFAULT, EINVAL, EDESTADDRREQ, EISCONN, EALREADY,
+// EAFNOSUPPORT, EPROTOTYPE.
+socket_cause connection_cause(int number) noexcept {
+    switch (number) {
+    case ENETDOWN:
+        return socket_cause::network_unreachable;
+    case EPERM:       // a firewall of this machine,
+    case EACCES:      // or its route or policy; from elsewhere a prohibition comes as EHOSTUNREACH
+    case ENOPROTOOPT: // ICMP: protocol unreachable,
+    case EOPNOTSUPP:  // source route failed,
+    case ENONET:      // source host isolated,
+    case EPROTO:      // parameter problem,
+    case EMSGSIZE:    // or no segment is small enough for a link
+        return socket_cause::host_unreachable;
+    case EADDRNOTAVAIL: // connect() has no port left
+    case ENOBUFS:
+    case ENOMEM:
+        return socket_cause::no_resources;
+    default:
+        return cause_of(number);
+    }
+}
+
 } // namespace
 
 socket_status socket_failure(int number) noexcept { return {cause_of(number), static_cast<std::uint32_t>(number)}; }
+
+socket_status connection_failure(int number) noexcept {
+    return {connection_cause(number), static_cast<std::uint32_t>(number)};
+}
 
 } // namespace tackle::platform

@@ -11,17 +11,27 @@
 
 namespace tackle::platform {
 
+namespace {
+
+// A complete address is refused as invalid where its route is a black hole.
+socket_status connect_failure(int number) noexcept {
+    if (number != EINVAL) return connection_failure(number);
+    return {socket_cause::network_unreachable, static_cast<std::uint32_t>(number)};
+}
+
+} // namespace
+
 // connect() that a signal broke off goes on by itself; a second call would only say that the first one is under way.
 socket_status connect_socket(socket_handle socket, const void* address, std::uint32_t size) noexcept {
     if (connect(descriptor(socket), static_cast<const sockaddr*>(address), size) == 0) return {};
-    if (errno != EINTR) return socket_failure(errno);
+    if (errno != EINTR) return connect_failure(errno);
     pollfd ready{descriptor(socket), POLLOUT, 0};
     while (poll(&ready, 1, -1) < 0)
         if (errno != EINTR) return socket_failure(errno);
     int outcome = 0;
     socklen_t length = sizeof outcome;
     if (getsockopt(descriptor(socket), SOL_SOCKET, SO_ERROR, &outcome, &length) != 0) return socket_failure(errno);
-    return outcome == 0 ? socket_status{} : socket_failure(outcome);
+    return outcome == 0 ? socket_status{} : connect_failure(outcome);
 }
 
 namespace {
@@ -45,6 +55,20 @@ bool comes_from_the_network(int number) noexcept {
         return true;
     default:
         return false;
+    }
+}
+
+// Numbers by which this machine says that it does not take a datagram.
+bool not_taken(int number) noexcept {
+    switch (number) {
+    case ENOBUFS: // a full queue; without IP_RECVERR nobody hears of it
+    case ENOMEM:
+    case EPERM: // a firewall
+    case ENETDOWN:
+    case EINVAL: // a route that is a black hole
+        return true;
+    default:
+        return comes_from_the_network(number); // no route, a route that prohibits, a neighbour that does not answer
     }
 }
 
@@ -111,7 +135,9 @@ transfer send_to(socket_handle socket, const void* address, std::uint32_t size, 
             sendto(descriptor(socket), bytes, count, MSG_NOSIGNAL, static_cast<const sockaddr*>(address), size);
         if (sent >= 0) return {{}, static_cast<std::size_t>(sent), 0};
         if (errno == EINTR || errno == ECONNREFUSED) continue; // never this datagram's: it has not gone yet
-        if (!comes_from_the_network(errno) || tries++ == own_failure_tries) return {socket_failure(errno), 0, 0};
+        if (comes_from_the_network(errno) && tries++ < own_failure_tries) continue;
+        if (not_taken(errno) && count <= largest_datagram) return {{}, count, 0};
+        return {socket_failure(errno), 0, 0};
     }
 }
 
@@ -151,7 +177,7 @@ transfer send(socket_handle socket, const void* bytes, std::size_t count) noexce
     for (;;) {
         const ssize_t sent = ::send(descriptor(socket), bytes, count, MSG_NOSIGNAL);
         if (sent >= 0) return {{}, static_cast<std::size_t>(sent), 0};
-        if (errno != EINTR) return {socket_failure(errno), 0, 0};
+        if (errno != EINTR) return {connection_failure(errno), 0, 0};
     }
 }
 
@@ -163,7 +189,7 @@ transfer receive(socket_handle socket, void* out, std::size_t room) noexcept {
         if (errno == EINTR)
             flags = MSG_DONTWAIT; // from here on the waiting is ours: a blocking call would get its whole limit again
         else if (errno != EAGAIN || flags == 0)
-            return {socket_failure(errno), 0, 0};
+            return {connection_failure(errno), 0, 0};
         const auto ready = wait_readable(descriptor(socket), began_ns);
         if (ready == readiness::failed) return {socket_failure(errno), 0, 0};
         if (ready == readiness::too_late) return {socket_failure(ETIMEDOUT), 0, 0};

@@ -52,10 +52,46 @@ socket_cause cause_of(int number) noexcept {
 
 socket_status failure(int number) noexcept { return {cause_of(number), static_cast<std::uint32_t>(number)}; }
 
+// For the calls of a connection, where the number may be the network's or the peer's word. Which one it is depends on
+// the router, the firewall and the system that says it; none of that is the program's own failure. Not here, for they
+// can only be the program's own: WSAEFAULT, WSAEINVAL, WSAEISCONN, WSAEALREADY, WSAEAFNOSUPPORT, WSAEPROTOTYPE,
+// WSAEWOULDBLOCK, WSAEINPROGRESS.
+socket_status connection_failure(int number) noexcept {
+    const auto status = [number](socket_cause cause) -> socket_status {
+        return {cause, static_cast<std::uint32_t>(number)};
+    };
+    switch (number) {
+    case WSAENETDOWN:
+        return status(socket_cause::network_unreachable);
+    case WSAEACCES: // a firewall of this machine
+    case WSAEHOSTDOWN:
+    case WSAENOPROTOOPT: // ICMP: protocol unreachable,
+    case WSAEOPNOTSUPP:  // source route failed,
+    case WSAEMSGSIZE:    // or no segment is small enough for a link
+        return status(socket_cause::host_unreachable);
+    case WSAEDISCON:
+        return status(socket_cause::shut_down);
+    case WSAENOBUFS: // connect: no port left, among others
+    case WSA_NOT_ENOUGH_MEMORY:
+        return status(socket_cause::no_resources);
+    default:
+        return failure(number);
+    }
+}
+
+socket_status connection_status_of(int result) noexcept {
+    return result == 0 ? socket_status{} : connection_failure(WSAGetLastError());
+}
+
 socket_status status_of(int result) noexcept { return result == 0 ? socket_status{} : failure(WSAGetLastError()); }
 
 transfer transferred(int result) noexcept {
     if (result == SOCKET_ERROR) return {failure(WSAGetLastError()), 0, 0};
+    return {{}, static_cast<std::size_t>(result), 0};
+}
+
+transfer over_connection(int result) noexcept {
+    if (result == SOCKET_ERROR) return {connection_failure(WSAGetLastError()), 0, 0};
     return {{}, static_cast<std::size_t>(result), 0};
 }
 
@@ -112,7 +148,7 @@ socket_status listen_socket(socket_handle socket, int backlog) noexcept {
 }
 
 socket_status connect_socket(socket_handle socket, const void* address, std::uint32_t size) noexcept {
-    return status_of(connect(native(socket), static_cast<const sockaddr*>(address), static_cast<int>(size)));
+    return connection_status_of(connect(native(socket), static_cast<const sockaddr*>(address), static_cast<int>(size)));
 }
 
 socket_status accept_socket(socket_handle listener, socket_handle& out) noexcept {
@@ -143,7 +179,9 @@ socket_status set_receive_timeout(socket_handle socket, std::uint32_t millisecon
     return set_option(socket, SO_RCVTIMEO, milliseconds);
 }
 
-socket_status shutdown_send(socket_handle socket) noexcept { return status_of(shutdown(native(socket), SD_SEND)); }
+socket_status shutdown_send(socket_handle socket) noexcept {
+    return connection_status_of(shutdown(native(socket), SD_SEND));
+}
 
 socket_status close_socket(socket_handle socket, std::atomic<std::uint32_t>& calls) noexcept {
     // closesocket() should end what is under way, and not every system that runs these programs does so. A call that is
@@ -170,11 +208,11 @@ transfer receive_from(socket_handle socket, void* address, std::uint32_t size, v
 }
 
 transfer send(socket_handle socket, const void* bytes, std::size_t count) noexcept {
-    return transferred(::send(native(socket), static_cast<const char*>(bytes), length_of(count), 0));
+    return over_connection(::send(native(socket), static_cast<const char*>(bytes), length_of(count), 0));
 }
 
 transfer receive(socket_handle socket, void* out, std::size_t room) noexcept {
-    return transferred(recv(native(socket), static_cast<char*>(out), length_of(room), 0));
+    return over_connection(recv(native(socket), static_cast<char*>(out), length_of(room), 0));
 }
 
 } // namespace tackle::platform
