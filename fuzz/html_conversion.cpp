@@ -21,8 +21,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::size_t links = 0;
         for (const auto link : converter.links)
             links += link.size();
-        // The limit on links that repeat a base, and what stands in the input by itself.
-        const auto most = std::max<std::size_t>(html.size() * 4, 0x10000) + html.size() * 4;
+        // The limit on links that repeat a base; the first link after each base, which has none but that on the growth
+        // of the bases in values; and what stands in the input by itself.
+        const auto most = std::max<std::size_t>(html.size() * 4, 0x10000) * 2 + html.size() * 4;
         if (converter.text.size() > most || links > most) std::abort();
         if (converter.tags.contains(u"A")) std::abort();
     }

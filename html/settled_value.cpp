@@ -29,6 +29,9 @@ bool is_absolute(wstring_view url) {
 
 namespace {
 
+// So many units of bases are written as they are, over all values.
+constexpr std::size_t whole_copies = 0x10000;
+
 // Almost every value is at rest as it comes, so this is asked before any list is built. False whenever in doubt.
 bool is_at_rest(wstring_view value) {
     const auto* classes = unit_classes();
@@ -53,10 +56,11 @@ bool is_at_rest(wstring_view value) {
 
 class value_settler::work {
 public:
-    wstring settle(wstring_view value, std::size_t& growth_left) {
+    wstring settle(wstring_view value, std::size_t& growth_left, std::size_t& copies_left) {
         pool_.units.clear();
         pool_.units.reserve(value.size() + 8);
         pool_.growth_left = growth_left;
+        pool_.copies_left = copies_left;
         frames_.clear();
         frame_at(0).clear();
         for (const auto unit : value)
@@ -74,6 +78,7 @@ public:
             frames_[depth]->resume(frame);
         }
         growth_left = pool_.growth_left;
+        copies_left = pool_.copies_left;
         return frames_[0]->text();
     }
 
@@ -93,12 +98,15 @@ value_settler::value_settler(value_settler&&) noexcept = default;
 value_settler& value_settler::operator=(value_settler&&) noexcept = default;
 value_settler::~value_settler() = default;
 
-void value_settler::limit_growth(std::size_t units) { growth_left_ = units; }
+void value_settler::limit_growth(std::size_t units) {
+    growth_left_ = units;
+    copies_left_ = whole_copies;
+}
 
 wstring value_settler::settle(wstring_view value) {
     if (is_at_rest(value)) return wstring(value);
     if (!work_) work_ = std::make_unique<work>();
-    return work_->settle(value, growth_left_);
+    return work_->settle(value, growth_left_, copies_left_);
 }
 
 } // namespace tackle::html

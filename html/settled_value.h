@@ -31,8 +31,8 @@ public:
     value_settler& operator=(value_settler&&) noexcept;
     ~value_settler();
 
-    // How many units all values of this object together may grow by the base URLs inside them. Beyond, such a base is
-    // left out.
+    // How many units all values of this object together may have of the base URLs inside them, when the first link after
+    // each base is not counted. Beyond, such a base is left out.
     void limit_growth(std::size_t units);
     [[nodiscard]] wstring settle(wstring_view value);
 
@@ -40,6 +40,7 @@ private:
     class work;
     std::unique_ptr<work> work_; // made by the first value that is not at rest already
     std::size_t growth_left_ = 0;
+    std::size_t copies_left_ = 0;
 };
 
 } // namespace tackle::html

@@ -32,6 +32,7 @@ void value_frame::start_pass() {
     dropping_ = false;
     last_was_space_ = true;
     base_.clear();
+    base_is_new_ = false;
 }
 
 // Finds where the next conversion could change what this one has left: at new units, at blanks that have come together,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/text.h"
+#include "html/base_copy.h"
 #include "html/entity_table.h"
 #include "html/settled_value.h"
 #include "html/unit_list.h"
@@ -12,7 +13,8 @@ namespace tackle::html {
 // What the frames of one value share.
 struct value_pool {
     unit_list units;
-    std::size_t growth_left = 0;
+    std::size_t growth_left = 0; // of what bases may add to the values
+    std::size_t copies_left = 0; // of the units that may be written of bases, although they may not stay
     wstring scratch;
 };
 
@@ -23,8 +25,10 @@ struct value_pool {
 class value_frame {
 public:
     using place = unit_list::place;
+    using ends = unit_list::ends;
 
-    explicit value_frame(value_pool& pool) : pool_(pool), units_(pool.units), list_(pool.units.make_list()) {}
+    explicit value_frame(value_pool& pool)
+        : pool_(pool), units_(pool.units), list_(pool.units.make_list()), base_units_(pool.units.make_list()) {}
 
     // Empties the frame, for a new value: new units, one behind the other, or a stretch of another frame's.
     void clear();
@@ -75,11 +79,13 @@ private:
     void take_value(char16_t quote, value_frame& inner);
     void take(place first, place behind, place dropped);
     [[nodiscard]] bool starts_with(wstring_view prefix) const;
-    void write_link(value_frame& inner);
+    void set_base(value_frame& inner, bool absolute);
+    void write_base();
+    void move_units(ends from);
 
     value_pool& pool_;
     unit_list& units_;
-    unit_list::ends list_;
+    ends list_;
     std::vector<place> listed_;  // where this pass has to look, from front to back
     std::vector<place> touched_; // where it has changed something, likewise
     std::size_t next_listed_ = 0;
@@ -93,6 +99,9 @@ private:
     bool dropping_ = false;
     bool last_was_space_ = true;
     wstring base_;
+    ends base_units_;        // the same, until the first link takes them
+    base_stand_in stand_in_; // for the base, if one was needed
+    bool base_is_new_ = false;
 };
 
 } // namespace tackle::html

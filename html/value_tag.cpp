@@ -151,29 +151,59 @@ void value_frame::resume(value_frame& inner) {
     if (inner.starts_with(u"cid:") || inner.starts_with(u"mid:")) return;
     const bool absolute = inner.starts_with(u"http:") || inner.starts_with(u"https:") || inner.starts_with(u"mailto:");
     if (tag_ == tag_kind::base) {
-        base_ = absolute ? wstring() : wstring(u"http://");
-        base_ += inner.text();
+        set_base(inner, absolute);
         return;
     }
     if (!last_was_space_) write(u' ');
     write(u'<');
-    if (!absolute && base_.size() <= pool_.growth_left) {
-        pool_.growth_left -= base_.size();
-        for (const auto unit : base_) {
-            const auto written = units_.insert(unit, at_);
-            if (unit == u'&') touch(written);
-        }
-    }
-    write_link(inner);
+    if (!absolute) write_base();
+    move_units(inner.list_);
     write(u'>');
     write(u' ');
     last_was_space_ = true;
 }
 
-void value_frame::write_link(value_frame& inner) {
+void value_frame::set_base(value_frame& inner, bool absolute) {
+    constexpr wstring_view scheme = u"http://";
+    base_ = absolute ? wstring_view() : scheme;
+    base_ += inner.text();
+    base_is_new_ = true;
+    stand_in_ = {};
+    units_.empty_list(base_units_);
+    if (!absolute) {
+        for (const auto unit : scheme)
+            units_.insert(unit, base_units_.tail);
+    }
     const auto first = units_.next(inner.list_.head);
-    if (first == inner.list_.tail) return;
-    units_.move(first, units_.previous(inner.list_.tail), at_);
+    if (first != inner.list_.tail) units_.move(first, units_.previous(inner.list_.tail), base_units_.tail);
+}
+
+// The first link has the units of the base itself, so that nothing grows. A later one has a copy; when too many have
+// been written, what the next conversion would leave of one. The limit counts what stays, not what is written: most
+// copies go again as part of a tag.
+void value_frame::write_base() {
+    if (base_is_new_) {
+        base_is_new_ = false;
+        move_units(base_units_);
+        return;
+    }
+    if (base_.empty()) return;
+    if (stand_in_.text.empty()) stand_in_ = stand_in_for(base_);
+    if (stand_in_.stays > pool_.growth_left) return;
+    pool_.growth_left -= stand_in_.stays;
+    const bool whole = base_.size() <= pool_.copies_left;
+    if (whole) pool_.copies_left -= base_.size();
+    for (const auto unit : whole ? base_ : stand_in_.text) {
+        const auto written = units_.insert(unit, at_);
+        if (unit == u'&') touch(written);
+    }
+}
+
+// Into the output.
+void value_frame::move_units(ends from) {
+    const auto first = units_.next(from.head);
+    if (first == from.tail) return;
+    units_.move(first, units_.previous(from.tail), at_);
     // In lower case an entity that had no meaning may get one.
     for (auto p = first; p != at_; p = units_.next(p)) {
         if (units_.unit(p) == u'&') touch(p);

@@ -80,6 +80,11 @@ wstring different_links(std::size_t units) {
 wstring base_in_value(std::size_t units) {
     return u"<a href='<base href=" + wstring(units / 2, u'b') + u">" + repeated(u"<a href=x>", units / 2) + u"'>";
 }
+// The base has grown by its own base and links, to a text of which a part is no tag.
+wstring growing_base(std::size_t units) {
+    return u"<base href='http:<base href=b&gt;" + wstring(units / 2, u'c') + u">" + repeated(u"<a href=x>", units / 2) +
+           u"'><a href=y><a href=z>";
+}
 wstring different_tags(std::size_t units) {
     wstring html;
     for (char16_t number = 0; html.size() < units; ++number)
@@ -126,6 +131,7 @@ BRMX_CONVERT(repeated_relative_links);
 BRMX_CONVERT(repeated_bases);
 BRMX_CONVERT(different_links);
 BRMX_CONVERT(base_in_value);
+BRMX_CONVERT(growing_base);
 BRMX_CONVERT(different_tags);
 BRMX_CONVERT(tag_without_end);
 BRMX_CONVERT(tags_without_end);

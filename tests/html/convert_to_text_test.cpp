@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace tackle::html {
 namespace {
 
@@ -134,6 +136,23 @@ TEST(convert_to_text, leaves_out_relative_links_beyond_that) {
     EXPECT_EQ(converter.links.size(), html.size() * 4 / 100'008 + 1);
     EXPECT_TRUE(converter.links.contains(u"http:last"));
     EXPECT_TRUE(converter.links.sorted().front().ends_with(u"bxaa"));
+}
+
+// Less than 4 KB, and the base grows beyond any limit.
+TEST(convert_to_text, never_leaves_out_the_first_link_after_a_base) {
+    wstring html = u"<base href='http:<base href=b&gt;" + wstring(1800, u'c') + u">";
+    for (int i = 0; i < 180; ++i)
+        html += u"<a href=x>";
+    html += u"'><a href=page1><a href=page2><base href=http:d><a href=page3>";
+    convert_to_text converter(true);
+    parse(html, converter);
+    const auto has = [&converter](wstring_view end) {
+        const auto ends = [end](wstring_view link) { return link.ends_with(end); };
+        return converter.text.find(end) != wstring::npos && std::ranges::any_of(converter.links, ends);
+    };
+    EXPECT_TRUE(has(u"page1"));
+    EXPECT_TRUE(has(u"page3"));
+    EXPECT_FALSE(has(u"page2"));
 }
 
 } // namespace

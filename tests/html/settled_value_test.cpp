@@ -150,14 +150,27 @@ TEST(settle, needs_no_stack_for_depth) {
     EXPECT_EQ(settler.settle(nested + u"x>y"), u"y");
 }
 
-// A base inside a value goes in front of each link there; beyond the limit it is left out, and the link with it.
+// What stays of a base inside a value counts, but for its first link; beyond the limit a base is left out.
 TEST(settle, limits_growth) {
-    const wstring value = u"<base href='b>'><a href=c><a href=d>";
+    const wstring value = u"<base href='b>e'><a href=c><a href=d>";
     value_settler settler;
-    settler.limit_growth(27); // two times "http://b>" and then one more
-    EXPECT_EQ(settler.settle(value), u"c> d> ");
-    EXPECT_EQ(settler.settle(value), u"c> ");
-    EXPECT_EQ(settler.settle(value), u"");
+    settler.limit_growth(1);
+    EXPECT_EQ(settler.settle(value), u"ec> ed> ");
+    EXPECT_EQ(settler.settle(value), u"ec> ");
+}
+
+// Far more units of bases are written than are left. The quotes and the blank leave the reader at other places.
+TEST(settle, counts_what_stays) {
+    const wstring filler(3000, u'b');
+    for (const wstring_view end :
+         {u"", u" ", u" x", u" /", u" x=", u" x=y", u" x='", u" x='\\\\", u" \"", u"> y", u" x='>' z=\"\\\\"}) {
+        wstring value = u"&lt;base href=&#39;" + filler + wstring(end) + u"&#39;>";
+        for (int i = 0; i < 60; ++i)
+            value += u"<a href=c'd\"e>f";
+        value_settler settler;
+        settler.limit_growth(0x10000);
+        EXPECT_EQ(settler.settle(value), literal_converter::settle(value)) << printable(end);
+    }
 }
 
 } // namespace
