@@ -1,6 +1,6 @@
 #pragma once
 
-#include "analysis/scan_context.h"
+#include "findings/scan_context.h"
 
 namespace brimwarden::analysis {
 

@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include "analysis/analysis_engine.h"
-#include "analysis/logical_root.h"
+#include "analysis/plugins/plugin_set.h"
+#include "view/logical_root.h"
 
 // All sums are plain single floats in the order of the lists: another order or a wider type gives other last digits.
 namespace brimwarden::analysis {
@@ -109,9 +110,9 @@ void analysis_engine::classify(scan_context& scan) {
     judge_signatures(scan);
     if (scan.community_answered) {
         const auto& root = logical_root(*scan.message);
-        scan.attachment_plugin.apply(root, scan.signatures, scan.test_results, scan.trace);
-        scan.header_plugin.apply(root, scan.signatures, scan.test_results, scan.trace);
-        scan.text_plugin.apply(root, scan.signatures, scan.test_results, scan.trace);
+        plugins::plugin_set plugins;
+        for (auto* const plugin : plugins.in_order())
+            plugin->apply(root, scan.signatures, scan.test_results, scan.trace);
     }
     scan.probability = add_up(scan.test_results, scan.trace);
     scan.trace.open_block(u"Overall Classification:");

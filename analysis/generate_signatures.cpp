@@ -2,8 +2,9 @@
 #include <tuple>
 
 #include "analysis/analysis_engine.h"
-#include "analysis/logical_root.h"
-#include "analysis/parts_list.h"
+#include "analysis/plugins/plugin_set.h"
+#include "view/logical_root.h"
+#include "view/parts_list.h"
 
 namespace brimwarden::analysis {
 
@@ -41,9 +42,9 @@ void analysis_engine::generate_signatures(scan_context& scan) {
     list_parts(*scan.message, &root, root.find_displayable(), scan.trace);
 
     scan.signatures.reserve(usual_signatures);
-    scan.attachment_plugin.generate(root, scan.signatures, scan.test_results, scan.trace);
-    scan.header_plugin.generate(root, scan.signatures, scan.test_results, scan.trace);
-    scan.text_plugin.generate(root, scan.signatures, scan.test_results, scan.trace);
+    plugins::plugin_set plugins;
+    for (auto* const plugin : plugins.in_order())
+        plugin->generate(root, scan.signatures, scan.test_results, scan.trace);
     sort_and_unify(scan.signatures);
 
     scan.trace.open_block(u"Generated Signatures:");

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 #include "network/numeric_address.h"
 
 namespace brimwarden::analysis {

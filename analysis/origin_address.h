@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "foundation/text.h"
+#include "foundation/text/text.h"
 #include "network/ip4.h"
 
 // Where a message came from, as far as its header fields tell. Nothing here asks a resolver, and nothing raises.

@@ -1,6 +1,6 @@
 #include "benchmarks/yardstick.h"
 
-#include "foundation/md5.h"
+#include "foundation/coding/md5.h"
 
 #include <cstring>
 #include <limits>

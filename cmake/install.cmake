@@ -16,8 +16,7 @@ install(TARGETS brmx EXPORT brmxTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/engine/brmx.h ${PROJECT_SOURCE_DIR}/examples/cpp/brmx.hpp
-    TYPE INCLUDE COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/include/brmx.h ${PROJECT_SOURCE_DIR}/include/brmx.hpp TYPE INCLUDE COMPONENT development)
 if(CMAKE_SYSTEM_NAME STREQUAL "Windows")
     install(FILES ${PROJECT_BINARY_DIR}/brmx.def TYPE LIB COMPONENT development)
 endif()
@@ -40,7 +39,6 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${documents_dir} COMPON
     PATTERN reference EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${documents_dir} COMPONENT development
     REGEX "examples/CMakeLists.txt$" EXCLUDE # lets them meet the library's own build
-    PATTERN brmx.hpp EXCLUDE
     PATTERN brmx_test.py EXCLUDE # reads the sources
     PATTERN __pycache__ EXCLUDE)
 

@@ -3,7 +3,7 @@
 #include <exception>
 #include <new>
 
-#include "engine/brmx.h"
+#include "include/brmx.h"
 #include "message/errors.h"
 
 namespace brimwarden::engine {

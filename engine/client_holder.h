@@ -1,6 +1,6 @@
 #pragma once
 
-#include "community/community_client.h"
+#include "community/client/community_client.h"
 #include "platform/process.h"
 
 #include <memory>

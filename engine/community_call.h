@@ -1,7 +1,7 @@
 #pragma once
 
 #include "community/errors.h"
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 namespace brimwarden::engine {
 

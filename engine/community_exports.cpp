@@ -1,12 +1,12 @@
-#include "community/community_client.h"
+#include "community/client/community_client.h"
 #include "community/errors.h"
 #include "engine/at_edge.h"
 #include "engine/community_call.h"
 #include "engine/process_objects.h"
 #include "engine/session.h"
-#include "foundation/scope.h"
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/sync/scope.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "platform/process.h"
 
 #include <limits>

@@ -1,8 +1,8 @@
 #include "engine/at_edge.h"
 #include "engine/process_objects.h"
 #include "engine/result_buffer.h"
-#include "foundation/format.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
+#include "foundation/text/format.h"
 #include "platform/heap.h"
 
 using namespace brimwarden::engine;

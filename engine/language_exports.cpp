@@ -1,6 +1,6 @@
 #include "engine/at_edge.h"
 #include "engine/process_objects.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
 #include "language/language_query.h"
 #include "language/plugin_holder.h"
 #include "language/plugins/ankiro.h"

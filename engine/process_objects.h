@@ -5,13 +5,13 @@
 #include <string>
 
 #include "analysis/analysis_engine.h"
-#include "engine/brmx.h"
 #include "engine/client_holder.h"
 #include "engine/session.h"
-#include "foundation/event.h"
-#include "foundation/mutex.h"
-#include "foundation/rw.h"
-#include "foundation/turnstile.h"
+#include "foundation/sync/event.h"
+#include "foundation/sync/mutex.h"
+#include "foundation/sync/rw.h"
+#include "foundation/sync/turnstile.h"
+#include "include/brmx.h"
 #include "language/plugin_holder.h"
 
 // What exists once in a process. All of it is built while the library loads, in the order below, and taken down in

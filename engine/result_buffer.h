@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "engine/brmx.h"
-#include "foundation/text.h"
+#include "foundation/text/text.h"
+#include "include/brmx.h"
 
 namespace brimwarden::engine {
 

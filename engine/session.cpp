@@ -1,7 +1,7 @@
 #include "engine/session.h"
 
 #include "engine/process_objects.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
 
 namespace brimwarden::engine {
 

@@ -5,11 +5,11 @@
 #include <memory>
 #include <utility>
 
-#include "analysis/trace_line.h"
-#include "community/credentials.h"
-#include "community/statistics.h"
-#include "engine/brmx.h"
-#include "foundation/real_mutex.h"
+#include "community/client/statistics.h"
+#include "community/wire/credentials.h"
+#include "findings/trace_line.h"
+#include "foundation/sync/real_mutex.h"
+#include "include/brmx.h"
 #include "language/plugins/generic.h"
 #include "message/part.h"
 

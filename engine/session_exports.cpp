@@ -2,7 +2,7 @@
 #include "engine/process_objects.h"
 #include "engine/result_buffer.h"
 #include "engine/session.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
 
 using namespace brimwarden::engine;
 using tackle::scope;

@@ -3,7 +3,7 @@
 #include "engine/community_call.h"
 #include "engine/process_objects.h"
 #include "engine/session.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
 
 using namespace brimwarden::engine;
 using brimwarden::analysis::scan_context;

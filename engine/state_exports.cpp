@@ -1,9 +1,9 @@
-#include "analysis/signature_record.h"
 #include "engine/at_edge.h"
 #include "engine/process_objects.h"
-#include "foundation/coding.h"
-#include "foundation/scope.h"
-#include "foundation/unicode.h"
+#include "findings/signature_record.h"
+#include "foundation/coding/coding.h"
+#include "foundation/sync/scope.h"
+#include "foundation/text/unicode.h"
 
 #include <array>
 

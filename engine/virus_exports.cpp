@@ -1,7 +1,7 @@
 #include "engine/at_edge.h"
 #include "engine/process_objects.h"
 #include "engine/session.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
 
 using namespace brimwarden::engine;
 using tackle::scope;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/format.h"
-#include "foundation/text.h"
+#include "foundation/text/format.h"
+#include "foundation/text/text.h"
 
 #include <exception>
 

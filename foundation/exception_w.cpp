@@ -1,6 +1,6 @@
 #include "foundation/exception_w.h"
 
-#include "foundation/unicode.h"
+#include "foundation/text/unicode.h"
 
 #include <new>
 

@@ -1,6 +1,6 @@
 // The decoders: tolerant ones take anything, strict ones take what an encoder made, and the short ways agree with the
 // long one.
-#include "foundation/coding.h"
+#include "foundation/coding/coding.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // Reads any raw value as each type, and what it renders once more.
-#include "foundation/coding.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/unicode.h"
 #include "fuzz/support/expect.h"
 #include "message/header_type/addresses_value_type.h"
 #include "message/header_type/parametized_value_type.h"

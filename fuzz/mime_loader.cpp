@@ -1,6 +1,6 @@
 // Loads any bytes, renders the tree and loads that again. Nothing may fail but what the constructors of part name.
-#include "foundation/coding.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/unicode.h"
 #include "message/part.h"
 
 #include <cstdint>

@@ -1,6 +1,7 @@
+#include "community/client/request.h"
 #include "community/errors.h"
-#include "community/reply_body.h"
-#include "community/sealing.h"
+#include "community/wire/reply_body.h"
+#include "community/wire/sealing.h"
 
 #include <cstdlib>
 
@@ -22,12 +23,12 @@ void read_as_query(const community::packet& came, bool sealed) {
     community::request asked(sealed ? community::operation_code::query : community::operation_code::status, counted);
     if (sealed) {
         asked.outgoing.nonce = came.nonce;
-        community::seal(asked, {1, 2, u"secret"});
+        asked.key = community::seal(asked.outgoing, {1, 2, u"secret"});
     }
     asked.response = came;
     auto list = signatures();
     try {
-        community::open_response(asked);
+        community::open_response(asked.response, asked.key);
         community::read_query(asked.response, list);
         if (asked.response.read_position != asked.response.body.size()) std::abort();
     } catch (const community::protocol_error&) { // a bad answer, well told
@@ -43,9 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (came.render() != bytes) std::abort();
     read_as_query(came, true);
     read_as_query(came, false);
-    community::server_record server;
+    community::server_status read;
     community::packet status = came;
-    if (!community::read_status(status, server) && status.read_position > status.body.size()) std::abort();
+    if (!community::read_status(status, read) && status.read_position > status.body.size()) std::abort();
     try {
         community::expect_end(came);
         if (!came.body.empty()) std::abort();

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 namespace {
 

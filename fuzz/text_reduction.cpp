@@ -1,6 +1,6 @@
 // From the displayed text to its signatures, with the bytes as units of text and the first one as choice of the mode.
-#include "analysis/content_signatures.h"
-#include "analysis/token_extraction.h"
+#include "analysis/words/content_signatures.h"
+#include "analysis/words/token_extraction.h"
 
 #include <cstdint>
 #include <cstdlib>

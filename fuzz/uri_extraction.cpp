@@ -1,5 +1,5 @@
-#include "analysis/uri_extraction.h"
-#include "analysis/uri_scan.h"
+#include "analysis/links/uri_extraction.h"
+#include "analysis/links/uri_scan.h"
 
 #include <cstddef>
 #include <cstdint>

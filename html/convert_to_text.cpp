@@ -1,6 +1,6 @@
 #include "html/convert_to_text.h"
 
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 #include "html/entity_table.h"
 #include "html/unit_class.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/text.h"
+#include "foundation/text/text.h"
 #include "html/reader.h"
 #include "html/settled_value.h"
 #include "html/text_set.h"

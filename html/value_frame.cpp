@@ -1,6 +1,6 @@
 #include "html/value_frame.h"
 
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 
 namespace tackle::html {
 

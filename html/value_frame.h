@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/text.h"
+#include "foundation/text/text.h"
 #include "html/base_copy.h"
 #include "html/entity_table.h"
 #include "html/settled_value.h"

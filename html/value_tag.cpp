@@ -1,4 +1,4 @@
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 #include "html/value_frame.h"
 
 // The tags inside an attribute value: the other half of value_frame. All their units go; what a link writes into the

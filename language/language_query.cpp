@@ -1,10 +1,10 @@
 #include "language/language_query.h"
 
-#include "analysis/displayed_text.h"
-#include "analysis/if_readable.h"
-#include "analysis/logical_root.h"
-#include "analysis/parts_list.h"
 #include "message/header_type/unstructured_value_type.h"
+#include "view/displayed_text.h"
+#include "view/if_readable.h"
+#include "view/logical_root.h"
+#include "view/parts_list.h"
 
 namespace brimwarden::language {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "analysis/trace_line.h"
+#include "findings/trace_line.h"
 #include "language/plugins/generic.h"
 #include "message/part.h"
 

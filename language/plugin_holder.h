@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/rw.h"
-#include "foundation/scope.h"
+#include "foundation/sync/rw.h"
+#include "foundation/sync/scope.h"
 #include "language/plugins/generic.h"
 
 #include <memory>

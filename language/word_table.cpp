@@ -1,6 +1,6 @@
 #include "language/word_table.h"
 
-#include "foundation/unicode.h"
+#include "foundation/text/unicode.h"
 #include "language/dictionary_reader.h"
 
 #include <algorithm>

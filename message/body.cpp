@@ -1,8 +1,8 @@
 #include "message/body.h"
 
-#include "foundation/coding.h"
-#include "foundation/line_scanner.h"
-#include "foundation/strings.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/line_scanner.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
 

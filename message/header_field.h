@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 #include "message/text_pairs.h"
 
 namespace tackle::internet::message2 {

@@ -1,6 +1,6 @@
 #include "message/header_section.h"
 
-#include "foundation/line_scanner.h"
+#include "foundation/text/line_scanner.h"
 #include "message/line_search.h"
 
 #include <algorithm>

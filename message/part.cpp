@@ -1,7 +1,7 @@
 #include "message/part.h"
 
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/parametized_value_type.h"
 #include "message/tree_loader.h"
 #include "platform/file.h"

@@ -1,4 +1,4 @@
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 #include "message/part.h"
 
 namespace tackle::internet::message2 {

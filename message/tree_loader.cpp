@@ -1,7 +1,7 @@
 #include "message/tree_loader.h"
 
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "message/body.h"
 #include "message/header_section.h"
 #include "message/header_type/parametized_value_type.h"

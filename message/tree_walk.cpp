@@ -1,6 +1,6 @@
 #include "message/tree_walk.h"
 
-#include "foundation/line_scanner.h"
+#include "foundation/text/line_scanner.h"
 #include "message/body.h"
 #include "message/header_section.h"
 

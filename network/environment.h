@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/exception.h"
-#include "foundation/text.h"
+#include "foundation/text/text.h"
 
 namespace tackle::internet {
 

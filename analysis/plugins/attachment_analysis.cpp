@@ -1,7 +1,7 @@
 #include "analysis/plugins/attachment_analysis.h"
 
 #include "analysis/plugins/executable_test.h"
-#include "foundation/format.h"
+#include "foundation/text/format.h"
 
 namespace brimwarden::analysis::plugins::attachment_analysis {
 

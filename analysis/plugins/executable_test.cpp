@@ -1,7 +1,7 @@
 #include "analysis/plugins/executable_test.h"
 
-#include "foundation/format.h"
-#include "foundation/strings.h"
+#include "foundation/text/format.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
 

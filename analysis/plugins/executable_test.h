@@ -1,6 +1,6 @@
 #pragma once
 
-#include "analysis/test_result.h"
+#include "findings/test_result.h"
 #include "message/part.h"
 
 namespace brimwarden::analysis::plugins::attachment_analysis {

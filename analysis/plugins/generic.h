@@ -1,8 +1,8 @@
 #pragma once
 
-#include "analysis/signature_record.h"
-#include "analysis/test_result.h"
-#include "analysis/trace_line.h"
+#include "findings/signature_record.h"
+#include "findings/test_result.h"
+#include "findings/trace_line.h"
 #include "message/part.h"
 
 namespace brimwarden::analysis::plugins::generic {

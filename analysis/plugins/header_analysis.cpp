@@ -1,17 +1,17 @@
 #include "analysis/plugins/header_analysis.h"
 
-#include "analysis/has_printable.h"
-#include "analysis/if_readable.h"
 #include "analysis/origin_address.h"
 #include "analysis/plugins/executable_test.h"
 #include "analysis/plugins/root_tests.h"
 #include "deployment/deployment.h"
-#include "foundation/format.h"
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/text/format.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/addresses_value_type.h"
 #include "message/header_type/unstructured_value_type.h"
 #include "network/numeric_address.h"
+#include "view/has_printable.h"
+#include "view/if_readable.h"
 
 #include <algorithm>
 

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "analysis/if_readable.h"
 #include "deployment/deployment.h"
-#include "foundation/md5.h"
+#include "foundation/coding/md5.h"
 #include "message/header_type/parametized_value_type.h"
 #include "message/header_type/unstructured_value_type.h"
+#include "view/if_readable.h"
 
 namespace brimwarden::analysis::plugins::header_analysis {
 

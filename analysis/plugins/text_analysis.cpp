@@ -1,14 +1,14 @@
 #include "analysis/plugins/text_analysis.h"
 
-#include "analysis/content_signatures.h"
-#include "analysis/displayed_text.h"
-#include "analysis/has_printable.h"
-#include "analysis/if_readable.h"
-#include "analysis/token_extraction.h"
-#include "analysis/uri_extraction.h"
-#include "foundation/format.h"
-#include "foundation/unicode.h"
+#include "analysis/links/uri_extraction.h"
+#include "analysis/words/content_signatures.h"
+#include "analysis/words/token_extraction.h"
+#include "foundation/text/format.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/unstructured_value_type.h"
+#include "view/displayed_text.h"
+#include "view/has_printable.h"
+#include "view/if_readable.h"
 
 #include <algorithm>
 

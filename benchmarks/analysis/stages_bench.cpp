@@ -1,6 +1,6 @@
 #include "analysis/analysis_engine.h"
-#include "analysis/logical_root.h"
 #include "benchmarks/corpus.h"
+#include "view/logical_root.h"
 
 #include <benchmark/benchmark.h>
 

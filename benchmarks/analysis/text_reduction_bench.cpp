@@ -1,6 +1,6 @@
 // What is done with the displayed text of a message once it is text: words, folded words, signatures.
-#include "analysis/content_signatures.h"
-#include "analysis/token_extraction.h"
+#include "analysis/words/content_signatures.h"
+#include "analysis/words/token_extraction.h"
 #include "benchmarks/corpus.h"
 #include "benchmarks/yardstick.h"
 

@@ -1,6 +1,6 @@
 #include "benchmarks/corpus.h"
 #include "benchmarks/yardstick.h"
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
-#include "foundation/format.h"
-#include "foundation/line_scanner.h"
+#include "foundation/text/format.h"
+#include "foundation/text/line_scanner.h"
 
 #include "benchmarks/yardstick.h"
 

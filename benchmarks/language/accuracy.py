@@ -69,7 +69,7 @@ UNKNOWN = [
 
 
 class Library:
-    """The exports, by their names in engine/brmx.h."""
+    """The exports, by their names in include/brmx.h."""
 
     def __init__(self, path):
         self.brmx = ctypes.CDLL(str(path))

@@ -1,6 +1,6 @@
 // Construction, memory and speed of the language detection, and the speed of another detector on the same texts in the
 // same run where its library is installed.
-#include "foundation/unicode.h"
+#include "foundation/text/unicode.h"
 #include "language/plugins/ankiro.h"
 
 #include <benchmark/benchmark.h>

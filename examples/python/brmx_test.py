@@ -16,7 +16,7 @@ import unittest
 import brmx
 
 ROOT = pathlib.Path(sys.argv[1])
-HEADER = re.sub(r"/\*.*?\*/", "", (ROOT / "engine/brmx.h").read_text(encoding="ascii"), flags=re.S)
+HEADER = re.sub(r"/\*.*?\*/", "", (ROOT / "include/brmx.h").read_text(encoding="ascii"), flags=re.S)
 SAMPLES = sorted((ROOT / "samples").rglob("*.eml"))
 PORT = 2409
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/text.h"
+#include "foundation/text/text.h"
 
 #include <algorithm>
 #include <cstdint>

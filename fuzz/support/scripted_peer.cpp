@@ -1,9 +1,9 @@
 #include "fuzz/support/scripted_peer.h"
 
-#include "community/rc4.h"
+#include "community/wire/rc4.h"
+#include "foundation/coding/md5.h"
 #include "foundation/exception.h"
-#include "foundation/md5.h"
-#include "foundation/scope.h"
+#include "foundation/sync/scope.h"
 #include "platform/random.h"
 #include "platform/thread.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "community/packet.h"
-#include "foundation/mutex.h"
+#include "community/wire/packet.h"
+#include "foundation/sync/mutex.h"
 #include "network/environment.h"
 #include "network/ip4.h"
 #include "network/tcp_raw.h"
@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 // How a server answers queries and reports: with bytes of the fuzz input.
 struct scripted_answer {

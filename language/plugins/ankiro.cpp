@@ -1,6 +1,6 @@
 #include "language/plugins/ankiro.h"
 
-#include "foundation/format.h"
+#include "foundation/text/format.h"
 #include "language/language_name.h"
 #include "platform/character_class.h"
 

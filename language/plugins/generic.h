@@ -1,7 +1,7 @@
 #pragma once
 
-#include "analysis/trace_line.h"
-#include "foundation/text.h"
+#include "findings/trace_line.h"
+#include "foundation/text/text.h"
 
 #include <cstdint>
 #include <map>

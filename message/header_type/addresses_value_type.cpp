@@ -1,6 +1,6 @@
 #include "message/header_type/addresses_value_type.h"
 
-#include "foundation/unicode.h"
+#include "foundation/text/unicode.h"
 #include "message/tokenize.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "message/header_type/ascii_text.h"
 
-#include "foundation/unicode.h"
+#include "foundation/text/unicode.h"
 
 namespace tackle::internet::message2::header_type {
 

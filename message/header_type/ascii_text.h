@@ -1,12 +1,12 @@
 #pragma once
 
-#include "foundation/text.h"
+#include "foundation/text/text.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
-// Conversions as in foundation/unicode.h, for header texts: most of them are ASCII in a code page that has it, and need
+// Conversions as in foundation/text/unicode.h, for header texts: most of them are ASCII in a code page that has it, and need
 // no converter.
 namespace tackle::internet::message2::header_type {
 

@@ -1,7 +1,7 @@
 #include "message/header_type/generic_value_type.h"
 
-#include "foundation/coding.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/ascii_text.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "message/header_type/parametized_value_type.h"
 
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/ascii_text.h"
 #include "message/header_type/parameter_reader.h"
 

@@ -1,6 +1,6 @@
 #include "message/header_type/unstructured_value_type.h"
 
-#include "foundation/unicode.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/ascii_text.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #include "analysis/analysis_engine.h"
-#include "analysis/logical_root.h"
-#include "analysis/parts_list.h"
+#include "view/logical_root.h"
+#include "view/parts_list.h"
 
 #include <gtest/gtest.h>
 

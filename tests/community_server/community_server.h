@@ -1,8 +1,8 @@
 #pragma once
 
-#include "community/packet.h"
-#include "foundation/event.h"
-#include "foundation/mutex.h"
+#include "community/wire/packet.h"
+#include "foundation/sync/event.h"
+#include "foundation/sync/mutex.h"
 #include "network/environment.h"
 #include "network/ip4.h"
 #include "network/tcp_raw.h"

@@ -1,5 +1,5 @@
 /* The public header has to serve a client in C11: this is one. */
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 #include <string.h>
 

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 // What a client of the library has: the public header and nothing else.
 namespace client {

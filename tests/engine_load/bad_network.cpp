@@ -1,7 +1,7 @@
 #include "tests/engine_load/bad_network.h"
 
-#include "foundation/scope.h"
-#include "foundation/unicode.h"
+#include "foundation/sync/scope.h"
+#include "foundation/text/unicode.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "foundation/event.h"
+#include "foundation/sync/event.h"
 #include "tests/community_server/community_server.h"
 #include "tests/engine/client.h"
 #include "tests/engine_community/slow_target.h"

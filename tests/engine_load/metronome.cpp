@@ -1,6 +1,6 @@
 #include "tests/engine_load/metronome.h"
 
-#include "community/packet.h"
+#include "community/wire/packet.h"
 #include "foundation/exception.h"
 #include "network/tcp_raw.h"
 

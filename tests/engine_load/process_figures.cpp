@@ -1,6 +1,6 @@
 #include "tests/engine_load/process_figures.h"
 
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 #ifdef _WIN32
 

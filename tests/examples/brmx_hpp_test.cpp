@@ -1,4 +1,4 @@
-#include "examples/cpp/brmx.hpp"
+#include "include/brmx.hpp"
 
 #include "tests/community_server/community_server.h"
 

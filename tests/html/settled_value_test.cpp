@@ -1,6 +1,6 @@
 #include "html/settled_value.h"
 
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 #include "html/entity_table.h"
 #include "html/reader.h"
 #include "html/unit_class.h"

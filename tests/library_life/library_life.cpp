@@ -1,4 +1,4 @@
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,5 +1,5 @@
-#include "foundation/coding.h"
-#include "foundation/strings.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/strings.h"
 #include "reference_loader.h"
 
 #include <gtest/gtest.h>

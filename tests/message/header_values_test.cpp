@@ -1,5 +1,5 @@
-#include "foundation/coding.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/addresses_value_type.h"
 #include "message/header_type/parametized_value_type.h"
 

@@ -1,7 +1,7 @@
 #include "message/part.h"
 
-#include "foundation/coding.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/unstructured_value_type.h"
 
 #include <gtest/gtest.h>

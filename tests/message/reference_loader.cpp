@@ -1,8 +1,8 @@
 #include "reference_loader.h"
 
-#include "foundation/coding.h"
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/parametized_value_type.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "message/part.h"
 
-#include "foundation/line_buffer.h"
-#include "foundation/unicode.h"
+#include "foundation/text/line_buffer.h"
+#include "foundation/text/unicode.h"
 #include "tests/message/round_trip.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "foundation/coding.h"
-#include "foundation/line_scanner.h"
-#include "foundation/strings.h"
-#include "foundation/unicode.h"
+#include "foundation/coding/coding.h"
+#include "foundation/text/line_scanner.h"
+#include "foundation/text/strings.h"
+#include "foundation/text/unicode.h"
 #include "message/header_type/parametized_value_type.h"
 #include "message/part.h"
 

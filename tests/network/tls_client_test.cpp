@@ -1,4 +1,4 @@
-#include "foundation/md5.h"
+#include "foundation/coding/md5.h"
 #include "tests/network/tls_peers.h"
 
 #include <gtest/gtest.h>

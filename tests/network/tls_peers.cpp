@@ -1,6 +1,6 @@
 #include "tests/network/tls_peers.h"
 
-#include "foundation/format.h"
+#include "foundation/text/format.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "foundation/event.h"
+#include "foundation/sync/event.h"
 #include "tests/network/loopback.h"
 
 #include <gtest/gtest.h>

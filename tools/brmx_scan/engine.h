@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/brmx.h"
+#include "include/brmx.h"
 
 #include <cstdint>
 #include <optional>

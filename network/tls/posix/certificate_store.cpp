@@ -1,6 +1,6 @@
 #include "network/tls/posix/certificate_store.h"
 
-#include "foundation/strings.h"
+#include "foundation/text/strings.h"
 
 #include <openssl/pem.h>
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "community/client/statistics.h"
+#include "community/wire/operation.h"
+#include "community/wire/packet.h"
+#include "foundation/sync/event.h"
+
+#include <cstdint>
+
+namespace brimwarden::analysis::community {
+
+// One operation from its construction to its end, on the stack of the thread that runs it. While an exchange waits,
+// the receiving thread writes `response`, `answered` and `done`, under the client's lock; the owner reads them when the
+// exchange is over.
+struct request {
+    // A fresh random nonce, version 3, an empty body. `counted` is not owned and outlives the request.
+    request(operation_code operation, community_statistics& counted);
+
+    tackle::event done{false}; // set by the first answer or refusal and never reset
+    bool answered = false;
+    community_statistics* statistics;
+    packet outgoing;
+    packet response;
+    string key; // of the cipher; empty until sealed, and for status, which never is
+};
+
+} // namespace brimwarden::analysis::community

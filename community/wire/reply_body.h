@@ -1,0 +1,28 @@
+#pragma once
+
+#include "community/wire/packet.h"
+#include "findings/signature_record.h"
+
+// The payloads of the replies, read from the packet's read position on. A hostile server writes these bytes.
+namespace brimwarden::analysis::community {
+
+// One entry for each signature, in the list's order, and nothing behind them. Throws protocol_error at the first thing
+// that is wrong: what stands before it has been written by then, the records behind it are untouched.
+void read_query(packet& reply, signature_list& signatures);
+
+// Throws protocol_error unless nothing is left in the body.
+void expect_end(const packet& reply);
+
+// What a server says of itself.
+struct server_status {
+    tackle::wstring name;
+    tackle::wstring location;
+    tackle::wstring info;
+    std::array<std::uint64_t, 4> counters{};
+};
+
+// Three texts and four numbers. False if one is missing: those before it have been written. Invalid UTF-8 is replaced.
+// Bytes after them are ignored.
+[[nodiscard]] bool read_status(packet& reply, server_status& status);
+
+} // namespace brimwarden::analysis::community

@@ -1,0 +1,49 @@
+#include "community/wire/sealing.h"
+
+#include "community/errors.h"
+#include "community/wire/rc4.h"
+#include "foundation/coding/md5.h"
+#include "foundation/text/unicode.h"
+
+#include <utility>
+
+namespace brimwarden::analysis::community {
+
+namespace {
+
+constexpr std::uint32_t utf8 = 65001;
+constexpr std::size_t unused_key_stream = 4096; // its first bytes tell too much about the key
+
+void apply_cipher(const string& key, string& text) {
+    rc4 stream(key);
+    stream.discard(unused_key_stream);
+    stream.apply(text);
+}
+
+} // namespace
+
+string seal(packet& request, const community_credentials& credentials) {
+    tackle::coding::md5 digest;
+    digest.update(string_view(request.nonce.data(), request.nonce.size()));
+    digest.update(tackle::unicode::to_narrow(credentials.credential_secret, utf8, true));
+    string payload = std::exchange(request.body, {});
+    string key;
+    if (request.encrypted) {
+        tackle::coding::md5 keyed = digest;
+        key = keyed.finish();
+        apply_cipher(key, payload);
+    }
+    request.write_number(credentials.credential_mode);
+    request.write_number(credentials.credential_id);
+    digest.update(payload);
+    request.body.append(digest.finish()).append(payload);
+    return key;
+}
+
+void open_response(packet& response, const string& key) {
+    if (!response.encrypted) return;
+    if (key.empty()) throw protocol_error("received encrypted reply to plain request");
+    apply_cipher(key, response.body);
+}
+
+} // namespace brimwarden::analysis::community
