@@ -30,7 +30,8 @@ extern const std::span<const std::u16string_view> bulk_hosts;
 extern const std::string_view default_group_host;
 extern const std::span<const std::string_view> fallback_addresses;
 
-// Shared with the online service, which signs its mark on a message with it.
+// Shared with the online service, which signs its mark on a message with it. Whoever knows it can mark any message,
+// which then gets 0. Empty: no mark is valid.
 extern const std::string_view online_mark_key;
 
 } // namespace brimwarden::deployment

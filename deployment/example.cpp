@@ -36,6 +36,7 @@ constinit const std::span<const address_block> trusted_networks = networks;
 constinit const std::span<const std::u16string_view> bulk_hosts = hosts;
 constinit const std::string_view default_group_host = "localhost";
 constinit const std::span<const std::string_view> fallback_addresses = addresses;
+// Public, as everybody can read it here: choose another one, or none.
 constinit const std::string_view online_mark_key = "q7Vx2Lm9";
 
 } // namespace brimwarden::deployment

@@ -15,13 +15,14 @@
 #include "language/plugin_holder.h"
 
 // What exists once in a process. All of it is built while the library loads, in the order below, and taken down in
-// reverse when it unloads; nothing waits for BRMX_Engine_Initialize. When the process ends without an unloading, nothing
-// is taken down: other threads may be inside a call (platform/destructor_list.h).
+// reverse when it unloads; nothing waits for BRMX_Engine_Initialize. When the process ends without an unloading,
+// nothing is taken down: other threads may be inside a call (platform/destructor_list.h).
 //
 // Locks, outermost first: engine_lock, session_gate, community_lock, session_table_lock, a session's own. group_lock
 // is taken for an instant, and nothing inside it.
-// BRMX_Engine_Shutdown alone takes community_lock before it waits for session_gate. A scan that passes the gate in
-// between waits for the lock, and shutdown for the scan: clients end their scanning threads first.
+// BRMX_Engine_Shutdown alone takes community_lock before it waits for session_gate. A call that passes the gate in
+// between and uses or replaces the community waits for the lock, and shutdown for the call: clients end the threads
+// that make such calls first.
 namespace brimwarden::engine {
 
 extern tackle::mutex engine_lock;       // the lifecycle exports, one at a time; recursive

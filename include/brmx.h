@@ -11,7 +11,9 @@
  *
  * Threads. Any function may be called from any thread at any time, with one exception at the end of the engine's life,
  * see BRMX_Engine_Shutdown. Functions that work on different sessions run side by side. A session serves one call at
- * a time: a second one gets session_busy at once and is never queued. The calling convention is the platform's default.
+ * a time: a second one gets session_busy and is not queued. Scans, reports and revokes ask for the session last: while
+ * another thread sets the server group or shuts down they wait for that. A thread that is inside a function must not be
+ * cancelled or ended. The calling convention is the platform's default.
  *
  * Text is UTF-16 in units of brmx_char, with an explicit length in units: no terminator is read or written.
  *
@@ -80,7 +82,8 @@ enum
     unknown_session = 0x00020001,  /* no session has this handle */
     session_busy = 0x00020002,     /* another thread works on this session; try again */
 
-    /* The answer of a scan is given with these too: it then comes from local tests alone. */
+    /* A scan gives its number with these too. It then comes from the local tests, and from what the community had
+     * answered before it failed. */
     community_unavailable = 0x00030001,         /* no server group was set */
     community_discovery_pending = 0x00030002,   /* no server is known to answer at the moment */
     community_protocol_error = 0x00030003,      /* a server's answer makes no sense */
@@ -101,8 +104,8 @@ BRMX_EXPORT engine_status BRMX_Engine_Initialize(void);
 
 /* Shuts the engine down for good. Blocks until every call that works on a session has returned.
  *
- * THE TRAP: end your scanning threads first. A scan that starts while this function waits and this function can wait
- * for each other without end.
+ * THE TRAP: end first all threads that scan, report, revoke, ask for the health or set the server group. One of these
+ * calls that starts while this function waits, and this function, can wait for each other without end.
  *
  * Open sessions stay: their traces can still be read and they can still be scanned, without a community, but not be
  * destroyed. Their memory is given back by the end of the process only.
@@ -152,6 +155,9 @@ BRMX_EXPORT engine_status BRMX_Engine_GetState(const brmx_char** text, uint32_t*
 
 /* Takes such a text back. If it names a server group, this is also BRMX_Spam_SetCommunityServerGroup, after the count
  * of sessions has been set. The text is kept, good or bad: a later BRMX_Engine_GetState adds to it.
+ *
+ * Call it before the first session: with a count below the present one, handles of this run are given out again. One
+ * that still names an open session is skipped, with status_out_of_memory for the call that would have got it.
  * text, length   the text
  * returns        status_ok, null_argument, status_failed (no such text), and whatever
  *                BRMX_Spam_SetCommunityServerGroup returns (*) */

@@ -63,7 +63,7 @@ public:
 };
 
 /** True if a scan with this status has given a probability: a failure of the community leaves that of the message's own
- * tests. */
+ * tests, and of what was answered before the failure. */
 [[nodiscard]] inline bool has_probability(engine_status status) noexcept {
     return status == status_ok || (status >= community_unavailable && status <= community_invalid_credentials);
 }
@@ -252,7 +252,7 @@ struct community_statistics {
 /** The answer of a scan. */
 struct scan_result {
     int probability = 0;                 /**< 0 to 100 */
-    engine_status community = status_ok; /**< status_ok, or why the community had no part in the number */
+    engine_status community = status_ok; /**< status_ok, or why the community's part is missing */
 };
 
 /** One line of an explanation. */

@@ -11,6 +11,7 @@
 namespace brimwarden::analysis::plugins::header_analysis {
 
 using tackle::string;
+using tackle::string_view;
 using tackle::internet::message2::part;
 using tackle::internet::message2::header_type::parametized_value_type;
 using tackle::internet::message2::header_type::unstructured_value_type;
@@ -48,25 +49,29 @@ void test_siblings(const part& root, test_result_list& results) {
     add(results, u"Root.Content-Type.Suspicious", 50.0F, u"Message root is multipart with no siblings");
 }
 
+void test_online_mark(const part& root, test_result_list& results) {
+    if (!has_online_mark(root, deployment::online_mark_key)) return;
+    add(results, u"Message.Already_Processed", 0.0F, u"Message has already been processed by Brimwarden Online")
+        .whitelist = true;
+}
+
+} // namespace
+
 // The mark is a keyed digest of three values. One that is missing counts with the value before it, on both sides: the
 // buffer is kept from one to the next on purpose.
-void test_online_mark(const part& root, test_result_list& results) {
+bool has_online_mark(const part& root, string_view key) {
     parametized_value_type mark;
-    if (!root.get_header("X-Brimwarden-Online", mark)) return;
+    if (key.empty() || !root.get_header("X-Brimwarden-Online", mark)) return false;
     tackle::coding::md5 digest;
     string value;
     for (const char* const name : {"customer", "account", "item"}) {
         mark.get_parameter(name, value);
         digest.update(value);
     }
-    digest.update(deployment::online_mark_key);
+    digest.update(key);
     mark.get_parameter("auth", value);
-    if (tackle::coding::md5_base64(digest.finish()) != value) return;
-    add(results, u"Message.Already_Processed", 0.0F, u"Message has already been processed by Brimwarden Online")
-        .whitelist = true;
+    return tackle::coding::md5_base64(digest.finish()) == value;
 }
-
-} // namespace
 
 void test_root(const part& root, test_result_list& test_results) {
     for (const auto test : {test_type_field, test_identifier, test_attachment, test_siblings, test_online_mark})

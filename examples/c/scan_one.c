@@ -69,7 +69,8 @@ static int succeeded(engine_status status, const char* what) {
     return 0;
 }
 
-/* A failure of the community is none of the scan: the number then comes from the tests of the message alone. */
+/* A failure of the community is none of the scan: the number then comes from the tests of the message, and from what
+ * was answered before the failure. */
 static int has_answer(engine_status status) {
     return status == status_ok || (status >= community_unavailable && status <= community_invalid_credentials);
 }

@@ -229,7 +229,7 @@ class CommunityStatistics:
 
 @dataclass(frozen=True)
 class ScanResult:
-    """probability is 0 to 100; community is status_ok, or why the community had no part in it."""
+    """probability is 0 to 100; community is status_ok, or why its part is missing."""
 
     probability: int
     community: Status

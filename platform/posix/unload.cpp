@@ -1,8 +1,9 @@
 #include "platform/destructor_list.h"
 
-// Tells the end of the process from an unloading of the library by the order that both have. exit() calls all registered
-// handlers, and after them the functions that end each library. dlclose() calls the function that ends this library, and
-// that one the handlers registered with its handle. So the handler comes first when the process ends, and only then.
+// Tells the end of the process from an unloading of the library by the order that both have. exit() calls all
+// registered handlers, and after them the functions that end each library. dlclose() calls the function that ends this
+// library, and that one the handlers registered with its handle. So the handler comes first when the process ends, and
+// only then.
 extern "C" {
 extern void* __dso_handle;
 int __real___cxa_atexit(void (*)(void*), void*, void*);

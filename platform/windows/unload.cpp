@@ -16,8 +16,8 @@ int __wrap_atexit(void (*destroy)()) noexcept {
     return destructors.add(call, reinterpret_cast<void*>(destroy)) ? 0 : -1;
 }
 
-// When the process ends, `process_ends` is set; the system has ended the other threads wherever they were, and what they
-// held is held for ever.
+// When the process ends, `process_ends` is set; the system has ended the other threads wherever they were, and what
+// they held is held for ever.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
     if (reason == DLL_PROCESS_DETACH && process_ends == nullptr) destructors.run();
     return TRUE;

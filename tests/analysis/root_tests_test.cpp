@@ -110,6 +110,10 @@ TEST(root_tests, accept_a_valid_mark_of_the_online_service) {
         for (const auto& result : results)
             EXPECT_TRUE(result.whitelist);
     }
+    // The digest of the three values alone, which everybody can compute.
+    const part unsigned_mark(
+        "X-Brimwarden-Online: v; customer=Acme; account=17; item=a-1; auth=4n0IBDODVOzd4dce5jnR4g\n");
+    EXPECT_FALSE(brimwarden::analysis::plugins::header_analysis::has_online_mark(unsigned_mark, ""));
 }
 
 } // namespace

@@ -88,7 +88,7 @@ class community(unittest.TestCase):
     def test_refused_credentials_leave_the_local_answer(self):
         status, out, error = self.scan("-", given=SHORT, secret="wr\u00f6ng")
         self.assertEqual((status, out), (0, " 60 -\n"))
-        self.assertIn("community_invalid_credentials; the number comes from local tests alone", error)
+        self.assertIn("community_invalid_credentials; the number comes from the local tests", error)
         status, out, error = self.scan("--report", "-", given=SHORT, secret="wrong")
         self.assertEqual((status, out), (1, ""))
         self.assertIn("community_invalid_credentials", error)

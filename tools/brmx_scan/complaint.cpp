@@ -42,7 +42,9 @@ std::string complaint(const report& made, bool has_community) {
     if (!made.error.empty()) return made.file + ": " + made.error;
     const bool local = made.result.probability.has_value();
     if (made.result.status == status_ok || (local && !has_community)) return {};
-    return made.file + ": " + explain(made.result.status, local ? "; the number comes from local tests alone" : "");
+    return made.file + ": " +
+           explain(made.result.status,
+                   local ? "; the number comes from the local tests and from what was answered before" : "");
 }
 
 } // namespace brmx_scan

@@ -53,7 +53,7 @@ constexpr tagged_language language_tags[] = {
     {3082, "es"},
 };
 
-// A failure of the community leaves the probability of the local tests.
+// A failure of the community leaves the probability of the local tests and of what was answered before.
 bool has_probability(engine_status status) {
     return status == status_ok || (status >= community_unavailable && status <= community_invalid_credentials);
 }
