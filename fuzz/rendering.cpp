@@ -13,7 +13,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         const part root{string_view(reinterpret_cast<const char*>(data), size)};
         EXPECT(round_trip::compare(root) != round_trip::outcome::different);
-        const part again{string_view(root.render_text())};
+        const string rendered = root.render_text();
+        EXPECT(rendered.size() <= 8 * size + 64 * 1024);
+        const part again{string_view(rendered)};
         static_cast<void>(again.render());
     } catch (const internet::message2::depth_limit&) {
     } catch (const unicode::generic&) {

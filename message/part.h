@@ -112,8 +112,10 @@ public:
     [[nodiscard]] const part* find_displayable() const;
 
     // The lines of the message that this part is now, without their ends. No faithful copy of what was loaded: the
-    // Content-Type follows the model, bodies are encoded anew. Throws unicode::generic for a Content-Type that can't
-    // be written, or one that can't be read, as get_header.
+    // Content-Type follows the model, bodies are encoded anew. Whatever was loaded can be rendered: a Content-Type, or a
+    // parameter of it, that can't be written keeps its raw form. All lines with their ends take at most 8 times the bytes
+    // of the message and 64 KiB; Content-Types beyond that keep their raw form too, and of parts that come of a
+    // uuencoded text the headers are left out.
     [[nodiscard]] std::vector<string> render() const;
     void render(std::vector<string>& lines) const;
     // The same lines as one text, each followed by CR LF.

@@ -1,9 +1,9 @@
 #include "foundation/coding/coding.h"
 #include "foundation/text/line_scanner.h"
 #include "foundation/text/strings.h"
-#include "foundation/text/unicode.h"
-#include "message/header_type/parametized_value_type.h"
+#include "message/header_type/content_type_rebuild.h"
 #include "message/part.h"
+#include "message/tree_loader.h"
 #include "platform/file.h"
 
 #include <algorithm>
@@ -11,38 +11,8 @@
 namespace tackle::internet::message2 {
 namespace {
 
-constexpr std::uint32_t utf8 = 65001;
 constexpr std::size_t base64_line_bytes = 57;         // 76 characters
 constexpr std::size_t quoted_printable_line_end = 60; // a line goes out as soon as it is longer
-
-// The field as the model has it now, whatever stood there.
-string render_content_type(const part& node, string_view raw) {
-    header_type::parametized_value_type value;
-    value.parse(raw);
-    value.set_value(node.content_type(), utf8);
-    if (node.content_type().starts_with("text/") && !node.charset().empty()) {
-        value.set_parameter("charset", node.charset());
-    } else {
-        value.remove_parameter("charset");
-    }
-    if (!node.boundary().empty()) value.set_parameter("boundary", node.boundary());
-    return value.render();
-}
-
-template <typename line_sink>
-void render_headers(const part& node, const line_sink& sink) {
-    for (const header_field field : node.headers()) {
-        string line(field.name);
-        line += ": ";
-        if (iequals(field.name, "Content-Type")) {
-            line += render_content_type(node, field.value);
-        } else {
-            line += field.value;
-        }
-        sink(line);
-    }
-    sink(string_view());
-}
 
 template <typename line_sink>
 void render_base64(string_view data, const line_sink& sink) {
@@ -77,42 +47,119 @@ void render_quoted_printable(string_view data, const line_sink& sink) {
     }
 }
 
+// Writes at most 8 times the message and 64 KiB. Each byte of the message makes room for 8. What is written for it as it
+// stands needs no more than that; what a field grows by when it is rebuilt, and the fields that the loader has made, are
+// written while there is room. Otherwise many short fields could each name one long boundary, and many short files each
+// get a header.
 template <typename line_sink>
-void render_body(const part& node, const line_sink& sink) {
-    const string encoding = node.transfer_encoding();
-    if (encoding == "base64") {
-        render_base64(node.data(), sink);
-    } else if (encoding == "quoted-printable") {
-        render_quoted_printable(node.data(), sink);
-    } else {
-        line_scanner lines(node.data());
-        string_view line;
-        while (lines.next(line))
-            sink(line);
+class renderer {
+public:
+    explicit renderer(const line_sink& sink) : sink_(sink) {}
+
+    // `made` if the loader has made the part of a uuencoded text, and its fields.
+    void render(const part& node, bool made) {
+        for (const header_field field : node.headers())
+            render_field(node, field, made || (is_type(field) && field.value.empty()));
+        write({});
+        if (!node.data().empty()) render_body(node);
+        if (node.children().empty()) return;
+        if (!node.content_type().starts_with("multipart/")) {
+            render(*node.children().front(), false); // an attached message; there is no way to write another one
+            return;
+        }
+        const string delimiter = "--" + node.boundary();
+        for (const auto& child : node.children()) {
+            const bool child_made = make_room_for_child(node, *child);
+            write(delimiter);
+            render(*child, child_made);
+        }
+        write(delimiter + "--");
     }
-}
+
+private:
+    static constexpr std::ptrdiff_t room_for_byte = 8;
+
+    // As a part of the loader's own.
+    [[nodiscard]] bool begins_as_new(const part& node) const {
+        const header_list& made = new_part_.headers();
+        if (node.headers().size() < made.size()) return false;
+        for (std::size_t i = 0; i < made.size(); ++i)
+            if (node.headers()[i].name != made[i].name || node.headers()[i].value != made[i].value) return false;
+        return true;
+    }
+
+    static bool is_type(const header_field& field) { return iequals(field.name, "Content-Type"); }
+
+    void make_room(std::size_t bytes) { room_ += room_for_byte * static_cast<std::ptrdiff_t>(bytes); }
+    [[nodiscard]] bool has_room(std::size_t bytes) const { return static_cast<std::ptrdiff_t>(bytes) <= room_; }
+
+    void write(string_view line) {
+        room_ -= static_cast<std::ptrdiff_t>(line.size() + 2);
+        sink_(line);
+    }
+
+    // For the least that the message has for a child. True if the loader has made it.
+    bool make_room_for_child(const part& node, const part& child) {
+        const bool is_converted = node.boundary() == tree_loader::uuencoded_boundary;
+        if (is_converted && begins_as_new(child)) {
+            const bool is_file = child.headers().size() > new_part_.headers().size(); // or the text around the files
+            if (is_file) make_room(string_view("begin  \nend").size());
+            return true;
+        }
+        make_room(string_view("--\n").size() + (is_converted ? 1 : node.boundary().size()));
+        return false;
+    }
+
+    void render_field(const part& node, const header_field& field, bool made) {
+        if (!made) make_room(field.name.size() + field.value.size() + 1);
+        string line(field.name);
+        line += ": ";
+        const auto rebuilt = is_type(field) ? rebuild_type(node, field.value, line.size() + 2) : std::nullopt;
+        line += rebuilt ? string_view(*rebuilt) : field.value;
+        if (!made || has_room(line.size() + 2)) write(line);
+    }
+
+    // Nullopt if there is no room; what was tried in vain counts as written, or each field could try it again.
+    std::optional<string> rebuild_type(const part& node, string_view raw, std::size_t around) {
+        header_type::content_type_model model = {node.content_type(), {}, node.boundary()};
+        if (node.content_type().starts_with("text/")) model.charset = node.charset();
+        const std::size_t least = model.type.size() + model.charset.size() + model.boundary.size();
+        if (!has_room(around + least)) return std::nullopt;
+        auto rebuilt = header_type::rebuild_content_type(raw, model, static_cast<std::size_t>(room_) - around);
+        if (!rebuilt || rebuilt->size() < least) room_ -= static_cast<std::ptrdiff_t>(least);
+        return rebuilt;
+    }
+
+    void render_body(const part& node) {
+        make_room(node.data().size() / 2); // a line end of two bytes may have been one
+        const string encoding = node.transfer_encoding();
+        const auto sink = [this](string_view line) { write(line); };
+        if (encoding == "base64") {
+            render_base64(node.data(), sink);
+        } else if (encoding == "quoted-printable") {
+            render_quoted_printable(node.data(), sink);
+        } else {
+            line_scanner lines(node.data());
+            string_view line;
+            while (lines.next(line))
+                write(line);
+        }
+    }
+
+    const line_sink& sink_;
+    const part new_part_;
+    std::ptrdiff_t room_ = 64 * 1024;
+};
 
 template <typename line_sink>
-void render_part(const part& node, const line_sink& sink) {
-    render_headers(node, sink);
-    if (!node.data().empty()) render_body(node, sink);
-    if (node.children().empty()) return;
-    if (!node.content_type().starts_with("multipart/")) {
-        render_part(*node.children().front(), sink); // an attached message; there is no way to write another one
-        return;
-    }
-    const string delimiter = "--" + node.boundary();
-    for (const auto& child : node.children()) {
-        sink(delimiter);
-        render_part(*child, sink);
-    }
-    sink(delimiter + "--");
+void render_message(const part& node, const line_sink& sink) {
+    renderer<line_sink>(sink).render(node, false);
 }
 
 } // namespace
 
 void part::render(std::vector<string>& lines) const {
-    render_part(*this, [&](string_view line) { lines.emplace_back(line); });
+    render_message(*this, [&](string_view line) { lines.emplace_back(line); });
 }
 
 std::vector<string> part::render() const {
@@ -123,7 +170,7 @@ std::vector<string> part::render() const {
 
 string part::render_text() const {
     string text;
-    render_part(*this, [&](string_view line) {
+    render_message(*this, [&](string_view line) {
         text += line;
         text += "\r\n";
     });

@@ -12,8 +12,6 @@
 namespace tackle::internet::message2 {
 namespace {
 
-constexpr string_view uuencoded_boundary = "=_uue_conversion_boundary";
-
 struct file_type {
     wstring_view ending;
     string_view content_type;

@@ -7,6 +7,9 @@ namespace tackle::internet::message2 {
 // Fills a bare part, the root of a tree, from the bytes of a message.
 class tree_loader {
 public:
+    // Of a text that had uuencoded files in it.
+    static constexpr string_view uuencoded_boundary = "=_uue_conversion_boundary";
+
     // `root` gets whatever could be read before a failure: its owner drops it then. Throws as the constructors of part.
     static void load(part& root, string_view message);
     // The same; frees the bytes before it goes on to messages within the message.

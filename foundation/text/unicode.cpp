@@ -51,7 +51,8 @@ void raise(platform::conversion result) {
 // In blocks of a fixed size, which compilers turn into vector instructions; a loop of unknown length they leave alone.
 constexpr std::size_t block = 16;
 
-void narrow_raw(wstring_view text, bool strict, string& out) {
+// False if a unit does not fit and `strict`.
+bool narrow_raw(wstring_view text, bool strict, string& out) {
     out.resize(text.size());
     const char16_t* from = text.data();
     char* to = out.data();
@@ -67,7 +68,7 @@ void narrow_raw(wstring_view text, bool strict, string& out) {
         }
         if (count < block || all > 0xFF) {
             for (std::size_t i = 0; i < count; ++i) {
-                if (from[i] > 0xFF && strict) throw unmappable_character("");
+                if (from[i] > 0xFF && strict) return false;
                 to[i] = from[i] > 0xFF ? '?' : static_cast<char>(from[i]);
             }
         }
@@ -75,6 +76,18 @@ void narrow_raw(wstring_view text, bool strict, string& out) {
         from += count;
         to += count;
     }
+    return true;
+}
+
+platform::conversion narrow(wstring_view text, std::uint32_t code_page, bool strict, string& out) {
+    out.clear();
+    if (text.empty()) return platform::conversion::ok;
+    if (code_page == raw_code_page)
+        return narrow_raw(text, strict, out) ? platform::conversion::ok : platform::conversion::unmappable;
+    if (code_page == refused_page) return platform::conversion::unmappable;
+    bool used_default = false;
+    const auto result = platform::narrow(code_page, text, out, takes_no_flags(code_page) ? nullptr : &used_default);
+    return result == platform::conversion::ok && used_default && strict ? platform::conversion::unmappable : result;
 }
 
 platform::conversion widen(string_view text, std::uint32_t code_page, wstring& out) {
@@ -117,16 +130,12 @@ bool try_to_wide(string_view text, std::uint32_t code_page, wstring& out) {
 
 string to_narrow(wstring_view text, std::uint32_t code_page, bool strict) {
     string result;
-    if (text.empty()) return result;
-    if (code_page == raw_code_page) {
-        narrow_raw(text, strict, result);
-        return result;
-    }
-    if (code_page == refused_page) throw unmappable_character("");
-    bool used_default = false;
-    raise(platform::narrow(code_page, text, result, takes_no_flags(code_page) ? nullptr : &used_default));
-    if (used_default && strict) throw unmappable_character("");
+    raise(narrow(text, code_page, strict, result));
     return result;
+}
+
+bool try_to_narrow(wstring_view text, std::uint32_t code_page, string& out) {
+    return narrow(text, code_page, true, out) == platform::conversion::ok;
 }
 
 string recode(string_view text, std::uint32_t from_code_page, std::uint32_t to_code_page) {

@@ -55,6 +55,10 @@ void append_raw(string_view text, wstring& out);
 // Throws as to_wide.
 [[nodiscard]] string to_narrow(wstring_view text, std::uint32_t code_page, bool strict);
 
+// The same, strict, for text that likely does not fit. False where to_narrow throws, save for std::bad_alloc; `out` is
+// then of no use.
+[[nodiscard]] bool try_to_narrow(wstring_view text, std::uint32_t code_page, string& out);
+
 // Strictly from one code page to another. Throws as to_wide and to_narrow.
 [[nodiscard]] string recode(string_view text, std::uint32_t from_code_page, std::uint32_t to_code_page);
 

@@ -120,7 +120,21 @@ generic_value_type::piece_kind generic_value_type::decode_piece(string_view piec
 
 string generic_value_type::encode_word(wstring_view text) const {
     if (is_ascii(text)) return string(text.begin(), text.end());
-    const string bytes = unicode::to_narrow(text, code_page_, true);
+    return encode_bytes(unicode::to_narrow(text, code_page_, true));
+}
+
+bool generic_value_type::try_encode_word(wstring_view text, string& out) const {
+    if (is_ascii(text)) {
+        out.append(text.begin(), text.end());
+        return true;
+    }
+    string bytes;
+    if (!unicode::try_to_narrow(text, code_page_, bytes)) return false;
+    out += encode_bytes(bytes);
+    return true;
+}
+
+string generic_value_type::encode_bytes(string_view bytes) const {
     const string base64 = coding::translate::base64_encode(bytes, true);
     string quoted = coding::translate::quoted_printable_encode(bytes);
     std::replace(quoted.begin(), quoted.end(), ' ', '_');

@@ -49,9 +49,12 @@ protected:
     // The text for a message: itself if it is ASCII, else one encoded word of whatever length, the shorter of "Q" and
     // "B".
     [[nodiscard]] string encode_word(wstring_view text) const;
+    // The same, appended. False where encode_word throws, save for std::bad_alloc; nothing is appended then.
+    [[nodiscard]] bool try_encode_word(wstring_view text, string& out) const;
 
 private:
     enum class piece_kind { plain, word, unreadable };
+    [[nodiscard]] string encode_bytes(string_view bytes) const;
     bool decode_pieces(string_view raw, wstring& out, unreadable how);
     piece_kind decode_piece(string_view piece, wstring& out, unreadable how);
     void change_charset(string_view charset);

@@ -30,6 +30,12 @@ const render_case render_cases[] = {
     {"text in the charset of an encoded word",
      "content-type: a/b; x=\"=?utf-8?B?w6k=?=\"\n",
      {"content-type: a/b; x=\"=?utf-8?B?w6k=?=\"", ""}},
+    {"a parameter that does not fit the charset of the last word",
+     "content-type: a/b; x=\"=?utf-8?Q?=E2=82=AC?= =?iso-8859-1?Q?x?=\"; y=z\n",
+     {"content-type: a/b; x=\"=?utf-8?Q?=E2=82=AC?= =?iso-8859-1?Q?x?=\"; y=\"z\"", ""}},
+    {"an unreadable parameter with its quote open",
+     "content-type: text/b; x=\"=?utf-8?Q?=ZZ?=\n",
+     {"content-type: text/b; charset=\"iso-8859-1\"; x=\"=?utf-8?Q?=ZZ?=", ""}},
     {"a plain body, its last line end too", "content-type: a/b\n\nx\n\ny", {"content-type: a/b", "", "x", "", "y", ""}},
     {"base64 of 58 bytes",
      "content-type: a/b\ncontent-transfer-encoding: base64\n\n" + string(76, 'Q') + "QQ==",
@@ -66,7 +72,36 @@ TEST(render, writes_the_model) {
     }
     part wide("content-type: text/x");
     wide.content().content_type = "text/\xE2\x82\xAC"; // has no place in the field's iso-8859-1
-    EXPECT_THROW(static_cast<void>(wide.render()), unicode::unmappable_character);
+    EXPECT_EQ(wide.render(), (lines{"content-type: text/x", ""}));
+}
+
+string times(std::size_t count, const string& piece) {
+    string out;
+    while (count-- > 0)
+        out += piece;
+    return out;
+}
+
+struct growth_case {
+    const char* label;
+    string message;
+};
+const growth_case growth_cases[] = {
+    {"one long boundary for many fields",
+     times(5000, "Content-Type:\n") + "Content-Type:a;boundary=" + string(70000, 'b')},
+    {"one that fits no field but its own",
+     times(5000, "Content-Type:\n") + "Content-Type:a;boundary=\"=?utf-8?Q?" + times(9000, "=E2=82=AC") + "?=\""},
+    {"one long charset for many parameters",
+     "Content-Type:a;b=\"=?" + string(70000, 'x') + "?Q?=E9?=\"" + times(20000, ";b=\xE9")},
+    {"empty files", "\n" + times(20000, "begin  \nend\n")},
+    {"empty parts behind an empty file", "Content-Type:x;boundary=a\n\nbegin  \nend\n" + times(50000, "--a\n")},
+    {"empty files in parts", "Content-Type:multipart/x;boundary=a\n\n" + times(20000, "--a\n\nbegin  \nend\n")},
+    {"escapes", "content-transfer-encoding: quoted-printable\n\n" + string(200000, '\xFF')},
+};
+
+TEST(render, stays_within_a_multiple_of_the_message) {
+    for (const growth_case& c : growth_cases)
+        EXPECT_LE(part(c.message).render_text().size(), 8 * c.message.size() + 64 * 1024) << c.label;
 }
 
 TEST(render, starts_a_new_part_with_defaults) {

@@ -137,7 +137,7 @@ inline outcome compare(const part& root) {
         if (!is_promised(root, above, 0)) return outcome::not_promised;
         const part again{string_view(root.render_text())};
         return is_same(root, again) ? outcome::same : outcome::different;
-    } catch (const unicode::generic&) { // a Content-Type that cannot be written
+    } catch (const unicode::generic&) { // a type that cannot be read again
         return outcome::not_promised;
     } catch (const coding::translate::generic&) {
         return outcome::not_promised;
