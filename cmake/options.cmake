@@ -1,7 +1,7 @@
 # Compiler settings that every target shares.
 
 add_library(brmx_options INTERFACE)
-target_include_directories(brmx_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_include_directories(brmx_options INTERFACE ${PROJECT_SOURCE_DIR})
 # No contraction: scores are sums of single floats and have to come out the same on every machine.
 target_compile_options(brmx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Werror -ffp-contract=off)
 if(CMAKE_SYSTEM_NAME STREQUAL "Windows")
@@ -11,6 +11,9 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Windows")
 else()
     find_package(Threads REQUIRED)
     target_link_libraries(brmx_options INTERFACE Threads::Threads)
+endif()
+if(BRMX_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_compile_definitions(brmx_options INTERFACE BRMX_CHECKED) # see platform/expects.h
 endif()
 if(BRMX_SANITIZE)
     target_compile_options(brmx_options INTERFACE
