@@ -15,7 +15,8 @@
  * another thread sets the server group or shuts down they wait for that. A thread that is inside a function must not be
  * cancelled or ended. The calling convention is the platform's default.
  *
- * Text is UTF-16 in units of brmx_char, with an explicit length in units: no terminator is read or written.
+ * Text is UTF-16 in units of brmx_char, with an explicit length in units: no terminator is read or written. A trace
+ * quotes the message, whose sender can put lone surrogates there: convert it with a replacement for these.
  *
  * Results of variable length go to a buffer of the caller's. Its size goes in by the length argument, in units, and
  * the length of the result comes back by the same argument. If the buffer is null or too small nothing is copied, the
@@ -49,7 +50,7 @@
 extern "C" {
 #endif
 
-/* One unit of UTF-16. */
+/* One unit of UTF-16, or a lone surrogate. */
 #ifdef _WIN32
 typedef wchar_t brmx_char;
 #else
@@ -194,7 +195,8 @@ static inline engine_status BRMX_Engine_GetLastState(const brmx_char** text, uin
 BRMX_EXPORT engine_status BRMX_Session_CreateFromMemory(const char* data, uint32_t length, uint32_t* handle);
 
 /* The same on a file, which is read whole and closed again. Blocks for the file system.
- * path, path_length   the file's name, as the system takes it; below 4 GiB
+ * path, path_length   the file's name; below 4 GiB. On Windows as it is; elsewhere the system gets it in UTF-8, and a
+ *                name with a lone surrogate, which has no UTF-8, is one of no file
  * handle         as above
  * returns        as above, and file_not_loaded */
 BRMX_EXPORT engine_status BRMX_Session_CreateFromFile(const brmx_char* path, uint32_t path_length, uint32_t* handle);

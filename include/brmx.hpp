@@ -370,13 +370,16 @@ public:
         open_ = true;
     }
 
-    /** Opens a message in a file. Blocks for the file system. */
+    /** Opens a message in a file. Blocks for the file system. Throws status_error<file_not_loaded> also for a name that
+     * is no UTF-8, but for Windows. */
     [[nodiscard]] static session from_file(const engine&, const std::filesystem::path& file) {
         session opened;
 #ifdef _WIN32
         const detail::units name = file.native();
 #else
         const detail::units name = detail::to_units(file.native());
+        // In the place of what is no UTF-8 stands U+FFFD, which would be the name of another file.
+        if (detail::to_utf8(name.data(), name.size()) != file.native()) check(file_not_loaded);
 #endif
         check(BRMX_Session_CreateFromFile(name.data(), detail::length_of(name.size()), &opened.handle_));
         opened.open_ = true;

@@ -11,7 +11,8 @@ enum class file_result {
     transfer_failed, // opened, but the bytes did not all come or go
 };
 
-// Paths are 16-bit on both targets; where the system has bytes, it gets UTF-8. A path with a NUL in it names no file.
+// Paths are 16-bit on both targets. A path with a NUL in it names no file. Where the system has bytes it gets UTF-8, and
+// a path with a lone surrogate names no file either; on Windows it can be the name of one.
 
 // Replaces `out` by the whole file. Files of 4 GB and more are refused with transfer_failed. Others may read the file
 // at the same time. With anything but `ok`, `out` has no use. Throws std::bad_alloc only.

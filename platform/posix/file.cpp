@@ -1,6 +1,6 @@
 #include "platform/file.h"
 
-#include "platform/code_page.h"
+#include "platform/posix/code_page/utf8.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -20,8 +20,11 @@ class file_descriptor final {
 public:
     file_descriptor(std::u16string_view path, int flags) {
         std::string name;
-        if (path.find(u'\0') != path.npos) return;
-        if (narrow(65001, path, name, nullptr) != conversion::ok) return;
+        std::u16string again;
+        if (path.empty() || path.find(u'\0') != path.npos) return;
+        encode_utf8(path, name);
+        decode_utf8(name, again);
+        if (again != path) return; // a lone surrogate, and U+FFFD in its place would be the name of another file
         do
             descriptor_ = ::open(name.c_str(), flags | O_CLOEXEC, 0666);
         while (descriptor_ < 0 && errno == EINTR);

@@ -35,6 +35,8 @@ TEST(widen, reads_bytes_of_a_code_page) {
         {"Chinese", 936, "\xD6\xD0\xCE\xC4", u"\u4E2D\u6587"},
         {"traditional Chinese, trail byte in ASCII", 950, "\xA4\xA4\xA5\x5C", u"\u4E2D\u529F"},
         {"Korean", 949, "\xB0\xA1\x81\x41", u"\uAC00\uAC02"},
+        {"Korean in Johab: syllables, Chinese characters", 1361, "\xD0\x65\x8B\x69 \xE2\xD0", u"\uD55C\uAE00 \u570B"},
+        {"Japanese, second plane", 20932, "\xB0\x21\xB0\xA1", u"\u4E02\u4E9C"},
         {"NUL is a character", 1252, std::string("a\0b", 3), std::u16string(u"a\0b", 3)},
         {"nothing", 932, "", u""},
     };
@@ -99,6 +101,9 @@ TEST(narrow, writes_bytes_of_a_code_page) {
         {"the usual one of two codes", 932, u"\u2252", "\x81\xE0", false},
         {"NUL is a character", 1252, std::u16string(u"a\0b", 3), std::string("a\0b", 3), false},
         {"and no default character", 37, std::u16string(1, u'\0'), std::string(1, '\0'), false},
+        {"a look-alike is no default character", 932, u"\u00E9\uFF5E", "e\x81\x60", false},
+        {"a look-alike that other pages have", 28591, u"\u0101\u03B1\uFF21", "a?A", true},
+        {"a page without look-alikes", 10000, u"\u00E9\u0101", "\x8E?", true},
         {"lone surrogate", 1252, std::u16string(1, char16_t{0xD800}), "?", true},
     };
     for (const auto& c : cases) {
@@ -163,6 +168,12 @@ TEST(code_page, keeps_to_shift_states_and_long_sequences) {
         {"HZ", 52936, "~{VPND~}!", u"\u4E2D\u6587!"},
         {"GB18030, four bytes", 54936, "\xD6\xD0\x94\x39\xDA\x33!", u"\u4E2D\U0001F4A9!"},
         {"EUC-JP", 51932, "\xC6\xFC\xCB\xDC!", u"\u65E5\u672C!"},
+        {"CNS 11643, second plane", 20000, "\xA1\x21\xA1\x23!", u"\u4E42\u51F5!"},
+        {"Eten's signs in Big5", 20002, "\xC6\xA1!", u"\u2460!"},
+        {"an accent in front of its letter", 20261, "\xC2\x65!", u"\u00E9!"},
+        {"an accent by itself", 20269, "\xC2!", u"\u0301!"},
+        {"EBCDIC with Latin 9", 20924, "\x9F\x6A", u"\u20AC\u0160"},
+        {"nothing but ASCII is known of it", 29001, "[$]", u"[$]"},
         {"Devanagari", 57002, "\xB3!", u"\u0915!"},
     };
     for (const auto& c : cases) {

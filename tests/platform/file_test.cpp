@@ -14,9 +14,9 @@ namespace {
 // A name of its own for each test, outside ASCII and the first plane, and gone with the test.
 class scratch_file {
 public:
-    scratch_file()
+    explicit scratch_file(const std::u16string& end = u"")
         : path_(std::filesystem::temp_directory_path() /
-                std::filesystem::path(u"brmx \u00E9\u65E5\U0001F600 " + test_name())) {}
+                std::filesystem::path(u"brmx \u00E9\u65E5\U0001F600 " + test_name() + end)) {}
     ~scratch_file() { std::filesystem::remove(path_); }
     std::u16string name() const { return path_.u16string(); }
     const std::filesystem::path& path() const { return path_; }
@@ -45,7 +45,7 @@ TEST(file, comes_back_as_written) {
 }
 
 TEST(file, is_refused_where_there_is_none) {
-    const scratch_file file;
+    const scratch_file file(u"\uFFFD");
     ASSERT_EQ(write_whole_file(file.name(), "there"), file_result::ok);
     const auto directory = std::filesystem::temp_directory_path().u16string();
     const struct {
@@ -56,6 +56,8 @@ TEST(file, is_refused_where_there_is_none) {
         {"a directory", directory},
         {"no name", u""},
         {"a NUL that would hide the rest", file.name() + u'\0' + u".txt"},
+        {"a lone surrogate where the file has U+FFFD",
+         file.name().substr(0, file.name().size() - 1) + char16_t{0xDC00}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);

@@ -1,6 +1,7 @@
 // Prints the character tables of the target it is built for, one fact a line, so that those of two targets can be
-// compared: "class UNIT BITS", "lower UNIT UNIT", "page NUMBER BYTES UNITS BACK". All numbers but the code page's are
-// hexadecimal; UNITS is "-" where the bytes stand for nothing, BACK is the bytes that UNITS go back to, "-" if none.
+// compared: "class UNIT BITS", "lower UNIT UNIT", "page NUMBER BYTES UNITS BACK", "page NUMBER U+UNIT BYTES". All
+// numbers but the code page's are hexadecimal; UNITS is "-" where the bytes stand for nothing, BACK is the bytes that
+// UNITS go back to, "-" if none. A unit that becomes the default character has no line.
 #include "platform/character_class.h"
 #include "platform/code_page.h"
 
@@ -66,6 +67,19 @@ void print_bytes(std::uint32_t page, const std::string& bytes, bool strict = tru
     std::printf("page %u %s %s %s\n", page, hex(shown, 2).c_str(), hex(units, 4).c_str(), answer.c_str());
 }
 
+// Each unit by itself, also those that no byte stands for: a system may have a look-alike for them.
+void print_units(std::uint32_t page, bool tells_default = true) {
+    std::string bytes;
+    for (unsigned unit = 0; unit < 0x10000; ++unit) {
+        const auto wide = static_cast<char16_t>(unit);
+        bool used_default = false;
+        const auto status = platform::narrow(page, {&wide, 1}, bytes, tells_default ? &used_default : nullptr);
+        if (status != platform::conversion::ok || used_default) continue;
+        const std::basic_string<unsigned char> shown(bytes.begin(), bytes.end());
+        std::printf("page %u U+%04X %s\n", page, unit, hex(shown, 2).c_str());
+    }
+}
+
 // Sequences of every lead byte, well-formed and not, each with an "A" behind it that must come through.
 void print_utf8() {
     constexpr std::uint32_t utf8 = 65001;
@@ -102,17 +116,20 @@ int main() {
         if (!supported(page)) continue;
         for (int byte = 0; byte < 0x100; ++byte)
             print_bytes(page, std::string(1, static_cast<char>(byte)));
+        print_units(page);
     }
     for (const auto page : double_byte_pages) {
         if (!supported(page)) continue;
         for (int byte = 0; byte < 0x100; ++byte)
             print_bytes(page, std::string(1, static_cast<char>(byte)));
-        // Every lead byte, with each trail byte of a third of them: the columns of the tables repeat.
         for (int lead = 0x80; lead < 0x100; ++lead)
-            for (int trail = 0x20 + lead % 3; trail < 0x100; trail += 3)
+            for (int trail = 0x20; trail < 0x100; ++trail)
                 print_bytes(page, {static_cast<char>(lead), static_cast<char>(trail)});
+        print_units(page);
     }
     print_utf8();
+    for (const std::uint32_t page : {42u, 65000u, 65001u})
+        print_units(page, false);
     for (const auto page : other_pages)
         if (supported(page)) std::printf("page %u known\n", page);
     return std::fflush(stdout) == 0 ? 0 : 1;

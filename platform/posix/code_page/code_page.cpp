@@ -12,12 +12,17 @@
 namespace tackle::platform {
 namespace {
 
-constexpr std::uint32_t symbol_page = 42; // bytes from 20 up lie in the private use area
+// Bytes from 20 up lie in the private use area. It is only read: the other target refuses to write it.
+constexpr std::uint32_t symbol_page = 42;
 constexpr std::uint32_t utf7_page = 65000;
 constexpr std::uint32_t utf8_page = 65001;
 
-// The lowest numbers stand for pages of the system: its own, that of its consoles, of Macintosh, and of the thread.
+// The lowest numbers stand for pages of the system: its own, that of its consoles, of Macintosh, and of the thread. The
+// highest are second names: Hebrew in logical order, and EUC for Chinese and Korean.
 constexpr std::uint32_t meant_by(std::uint32_t code_page) {
+    if (code_page == 38598) return 28598;
+    if (code_page == 51936) return 936;
+    if (code_page == 51949) return 949;
     constexpr std::uint32_t system_pages[] = {1252, 437, 10000, 1252};
     return code_page < std::size(system_pages) ? system_pages[code_page] : code_page;
 }
@@ -26,15 +31,6 @@ conversion widen_symbols(std::string_view bytes, std::u16string& out) {
     for (const char c : bytes) {
         const auto byte = static_cast<std::uint8_t>(c);
         out += static_cast<char16_t>(byte < 0x20 ? byte : 0xF000 + byte);
-    }
-    return conversion::ok;
-}
-
-conversion narrow_symbols(std::u16string_view units, std::string& out) {
-    for (const auto unit : units) {
-        if (unit >= 0x20 && (unit < 0xF020 || unit > 0xF0FF))
-            return conversion::failed; // unexplained, as on the other target
-        out += static_cast<char>(unit & 0xFF);
     }
     return conversion::ok;
 }
@@ -82,7 +78,6 @@ conversion narrow(std::uint32_t code_page, std::u16string_view units, std::strin
         encode_utf7(units, out);
         return conversion::ok;
     }
-    if (code_page == symbol_page) return narrow_symbols(units, out);
     const auto* const row = find_converter(code_page);
     if (row == nullptr) return conversion::invalid_code_page;
     if (row->kind == page_kind::sequence) return narrow_sequence(*row, units, out, used_default);

@@ -27,7 +27,10 @@ public:
 private:
     void load_single_bytes(void* converter);
     void load_double_bytes(void* converter);
+    void load_code_runs();
     void load_way_back() const;
+    void load_converter_way_back() const;
+    void load_look_alikes() const;
 
     const converter_row& row_;
 
