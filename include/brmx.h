@@ -223,8 +223,10 @@ BRMX_EXPORT engine_status BRMX_Session_GetLastTrace(uint32_t handle, uint32_t li
  * group it blocks for the community's answer, up to timeout_ms; everything else is as fast as the processor.
  *
  * THE TRAP: with a timeout_ms of 0 a question that fits a datagram is asked once and not repeated, and no answer then
- * is community_protocol_error; for one that needs a connection, 0 is no limit.
- * timeout_ms     for the community's answer, in milliseconds; looked at before each attempt
+ * is community_protocol_error; one that needs a connection gets up to eight attempts of 30 s each. The update that
+ * follows a good answer is always sent as if timeout_ms were 0.
+ * timeout_ms     for the community's answer, in milliseconds; looked at before each attempt, and ends one by connection
+ *                once that is established
  * probability    out: 0 to 100, cut to a whole number; written with status_ok and with every community status
  * returns        status_ok, unknown_session, session_busy, null_argument, community_unavailable,
  *                community_discovery_pending, community_protocol_error, community_timed_out,
@@ -285,7 +287,8 @@ BRMX_EXPORT engine_status BRMX_Spam_GetCommunityHealth(uint8_t rediscover, uint3
 
 /* Sends the session's whole message as spam, or takes that back. No scan is needed first. Replaces trace and
  * statistics.
- * timeout_ms     looked at before each of up to eight attempts, in milliseconds; 0 for no limit but those
+ * timeout_ms     in milliseconds; looked at before each of up to eight attempts, and ends one once it is connected, also
+ *                while it sends. 0 gives each attempt 30 s; allow more for a large message on a slow line
  * report_flag    0 or 1, for the servers
  * returns        status_ok, unknown_session, session_busy, community_unavailable, community_discovery_pending,
  *                community_protocol_error, community_timed_out, community_invalid_credentials (*) */

@@ -94,14 +94,17 @@ std::size_t base::receive(std::span<char> buffer) {
 }
 
 void base::send_all(string_view bytes) {
+    while (!bytes.empty())
+        bytes.remove_prefix(send_some(bytes));
+}
+
+std::size_t base::send_some(string_view bytes) {
     const use call(*this);
-    while (!bytes.empty()) {
-        const auto sent = platform::send(call.handle(), bytes.data(), bytes.size());
-        check("send", sent.status, transfer_rows, connection_rows);
-        if (sent.count == 0) throw connection_closed("send() failed");
-        count_sent(sent.count);
-        bytes.remove_prefix(sent.count);
-    }
+    const auto sent = platform::send(call.handle(), bytes.data(), bytes.size());
+    check("send", sent.status, transfer_rows, connection_rows);
+    if (sent.count == 0) throw connection_closed("send() failed");
+    count_sent(sent.count);
+    return sent.count;
 }
 
 } // namespace tackle::internet::transport::tcp

@@ -69,6 +69,8 @@ protected:
     // One receive of up to the span's size. Throws connection_closed for the orderly end.
     [[nodiscard]] std::size_t receive(std::span<char> buffer);
     void send_all(string_view bytes);
+    // One send. Returns how many bytes went, at least one.
+    [[nodiscard]] std::size_t send_some(string_view bytes);
     // Moves what `other` has received, and nobody has read, to the end of `out`.
     static void take_queued(base& other, string& out);
 

@@ -129,6 +129,11 @@ void base::set_receive_timeout(std::uint32_t milliseconds) {
     check("setsockopt", platform::set_receive_timeout(call.handle(), milliseconds), tcp::connection_rows);
 }
 
+void base::set_send_timeout(std::uint32_t milliseconds) {
+    const use call(*this);
+    check("setsockopt", platform::set_send_timeout(call.handle(), milliseconds));
+}
+
 void base::close_socket() {
     const platform::socket_handle closing = socket_.exchange(platform::no_socket);
     if (closing == platform::no_socket) return;

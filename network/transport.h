@@ -33,6 +33,8 @@ public:
     void set_send_buffer(std::uint32_t bytes);
     // Milliseconds that a later receive waits at most; 0 is for ever.
     void set_receive_timeout(std::uint32_t milliseconds);
+    // The same for a later send, counted from the last bytes that the system took.
+    void set_send_timeout(std::uint32_t milliseconds);
     // May be called any number of times. A call that another thread has under way ends with an exception.
     void close_socket();
     // Closes it in this process alone, which has it from its parent: another process goes on using it. The calls under

@@ -71,6 +71,9 @@ enum class socket_type : std::uint8_t { stream = 1, datagram = 2 };
 [[nodiscard]] socket_status set_send_buffer(socket_handle socket, std::uint32_t bytes) noexcept;
 // Limits every later receive; 0 for no limit.
 [[nodiscard]] socket_status set_receive_timeout(socket_handle socket, std::uint32_t milliseconds) noexcept;
+// Limits every later send in the same way: it fails if the system has not taken the bytes by then. On Linux it fails only
+// if not one byte was taken; on Windows all of them have to be, so who wants to see progress sends in small pieces.
+[[nodiscard]] socket_status set_send_timeout(socket_handle socket, std::uint32_t milliseconds) noexcept;
 [[nodiscard]] socket_status shutdown_send(socket_handle socket) noexcept;
 // Ends the calls that other threads have under way on this socket, with any failure. `calls` counts them: the caller
 // has made sure that it can only fall, and whoever takes it to zero calls its notify_all. The handle is gone after
@@ -85,6 +88,7 @@ enum class socket_type : std::uint8_t { stream = 1, datagram = 2 };
 // this call, and `address` names who was written to.
 [[nodiscard]] transfer receive_from(socket_handle socket, void* address, std::uint32_t size, void* out,
                                     std::size_t room) noexcept;
+// May send fewer bytes than given.
 [[nodiscard]] transfer send(socket_handle socket, const void* bytes, std::size_t count) noexcept;
 [[nodiscard]] transfer receive(socket_handle socket, void* out, std::size_t room) noexcept; // count 0: the peer's end
 

@@ -19,6 +19,7 @@
 namespace brimwarden::analysis::community {
 
 using tackle::internet::address::ip4;
+class time_limit;
 
 // The conversation with the community's servers. It finds them by itself, on a thread of its own; a second thread gets
 // all datagrams. Any number of threads may call the operations at once, each blocks until its own request is over.
@@ -41,8 +42,10 @@ public:
     void abandon();
 
     // The four operations. Each throws discovery_pending, timed_out, protocol_error or invalid_credentials, or what the
-    // transport raises. `timeout_ms` is looked at before each attempt, so an operation may take longer by one attempt;
-    // 0 is no limit for a connection, and for a datagram means that the first one is the last, answered or not.
+    // transport raises. `timeout_ms` is looked at before each attempt and ends one whose connection is established, but
+    // not before the server has had the time that it usually takes. What exceeds it is one wait for a datagram, or one
+    // try of the system to connect. With 0 a datagram is the last one, answered or not, and each of the eight attempts
+    // by connection gets 30 s. A connection that takes nothing for 10 s has failed in any case.
 
     // Asks what the community knows of the signatures, and fills their records. Throws also what write_query throws.
     void query(scan_context& scan, community_statistics& statistics, const community_credentials& credentials,
@@ -90,7 +93,7 @@ private:
     [[nodiscard]] candidate_list candidates();
     void trace_server(const ip4& server, trace_list& trace);
     bool exchange_datagram(request& sent, std::uint32_t wait_ms, const ip4& server);
-    static bool exchange_connection(request& sent, std::uint32_t wait_ms, const ip4& server);
+    static bool exchange_connection(request& sent, std::uint32_t wait_ms, const time_limit& limit, const ip4& server);
     void send_message(operation_code operation, scan_context& scan, community_statistics& statistics,
                       const community_credentials& credentials, std::uint32_t timeout_ms, bool report_flag);
 

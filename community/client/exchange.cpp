@@ -1,8 +1,12 @@
 #include "community/client/community_client.h"
 
 #include "community/client/stopwatch.h"
+#include "community/client/time_limit.h"
+#include "community/errors.h"
 #include "foundation/sync/scope.h"
 #include "network/tcp_raw.h"
+
+#include <algorithm>
 
 // One packet out and one in.
 namespace brimwarden::analysis::community {
@@ -52,37 +56,66 @@ bool community_client::exchange_datagram(request& sent, std::uint32_t wait_ms, c
 
 namespace {
 
-// No true answer comes near this, so whatever follows is an excess and need not be waited for: a server that goes on
-// and on must take neither the whole memory of the program nor hold up its scans for ever.
-constexpr std::size_t most_read = std::size_t{64} << 20;
+constexpr std::uint32_t stall_ms = 10'000; // without progress in sending
+constexpr std::size_t sent_at_once = 16384;
+// Read beyond the longest true answer, so that the whole refusal of a server of another protocol counts as no answer.
+constexpr std::size_t excess_read = 8192;
 
-// What the server says, up to the end of its data or what is read at most. Throws what the socket throws.
-string converse(raw& socket, request& sent, std::uint32_t wait_ms, const ip4& server) {
-    socket.create(server);
-    socket.connect(server);
-    socket.set_receive_timeout(wait_ms);
-    const string bytes = sent.outgoing.render();
-    socket.write(bytes);
+// The end of an attempt whose connection is established.
+class deadline {
+public:
+    explicit deadline(std::uint32_t span_ms) : span_ms_(span_ms), watch_(true) {}
+    // The limit for one call on the socket; it is above 0, which would mean none. Throws when the end has passed.
+    [[nodiscard]] std::uint32_t cut(std::uint32_t limit_ms) const {
+        const std::uint32_t elapsed_ms = watch_.elapsed_ms();
+        if (elapsed_ms > span_ms_) throw raw::connection_timed_out("no complete answer in time");
+        return std::min(limit_ms - 1, span_ms_ - elapsed_ms) + 1; // a call that runs out of time ends after the end
+    }
+
+private:
+    std::uint32_t span_ms_;
+    stopwatch watch_;
+};
+
+void send_request(raw& socket, string_view bytes, const deadline& end) {
+    while (!bytes.empty()) {
+        socket.set_send_timeout(end.cut(stall_ms));
+        bytes.remove_prefix(socket.send_some(bytes.substr(0, sent_at_once)));
+    }
     socket.shutdown_send(); // how the server learns where the request ends
-    ++sent.statistics->connections_made;
-    sent.statistics->bytes_sent += static_cast<std::uint32_t>(bytes.size());
+}
+
+// Up to the end of the server's data, which is how the client learns where the answer ends.
+string read_answer(raw& socket, std::size_t longest, std::uint32_t wait_ms, const deadline& end) {
     string answer;
     try {
-        while (answer.size() < most_read)
+        while (answer.size() <= longest + excess_read) {
+            socket.set_receive_timeout(end.cut(wait_ms));
             socket.read_some(answer);
-    } catch (const raw::connection_closed&) { // how the client learns where the answer ends
+        }
+    } catch (const raw::connection_closed&) {
+        return answer;
     }
-    sent.statistics->bytes_received += static_cast<std::uint32_t>(answer.size());
-    return answer;
+    throw protocol_error("excess response length");
 }
 
 } // namespace
 
 // The packet's nonce and attempt do not matter here: nobody else can answer on this connection.
-bool community_client::exchange_connection(request& sent, std::uint32_t wait_ms, const ip4& server) {
+bool community_client::exchange_connection(request& sent, std::uint32_t wait_ms, const time_limit& limit,
+                                           const ip4& server) {
     raw socket;
     try {
-        return sent.response.parse(converse(socket, sent, wait_ms, server));
+        socket.create(server);
+        socket.connect(server);
+        const deadline end(limit.left_for_connection(wait_ms));
+        const string bytes = sent.outgoing.render();
+        send_request(socket, bytes, end);
+        ++sent.statistics->connections_made;
+        sent.statistics->bytes_sent += static_cast<std::uint32_t>(bytes.size());
+        const string answer = read_answer(socket, sent.longest_answer, wait_ms, end);
+        sent.statistics->bytes_received += static_cast<std::uint32_t>(answer.size());
+        return sent.response.parse(answer);
     } catch (const raw::connection_failed&) {
         ++sent.statistics->connections_failed;
         return false;

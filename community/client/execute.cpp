@@ -1,6 +1,6 @@
 #include "community/client/community_client.h"
 
-#include "community/client/stopwatch.h"
+#include "community/client/time_limit.h"
 #include "community/errors.h"
 #include "foundation/sync/scope.h"
 #include "foundation/text/unicode.h"
@@ -60,9 +60,9 @@ void community_client::execute(request& sealed, bool connection_mode, std::uint3
         wake_discovery_.set();
         throw discovery_pending("");
     }
-    const stopwatch watch(true);
+    const time_limit limit(timeout_ms);
     for (auto candidate = servers.begin();;) {
-        if (timeout_ms != 0 && watch.elapsed_ms() > timeout_ms) {
+        if (limit.passed()) {
             trace.append(1, u"Operation failed. Timeout expired.");
             throw timed_out("");
         }
@@ -71,7 +71,7 @@ void community_client::execute(request& sealed, bool connection_mode, std::uint3
         bool answered = false;
         if (connection_mode) {
             trace.append(2, u"Transport: Connection");
-            answered = exchange_connection(sealed, wait_ms, server);
+            answered = exchange_connection(sealed, wait_ms, limit, server);
         } else {
             trace.append(2, u"Transport: Datagram");
             answered = exchange_datagram(sealed, wait_ms, server);

@@ -22,6 +22,7 @@ void community_client::query(scan_context& scan, community_statistics& statistic
     request asked(operation_code::query, statistics);
     write_query(asked.outgoing, scan.signatures);
     asked.key = seal(asked.outgoing, credentials);
+    asked.longest_answer += scan.signatures.size() * longest_query_entry;
     execute(asked, needs_connection(asked.outgoing), timeout_ms, scan.trace);
     open_response(asked.response, asked.key);
     read_query(asked.response, scan.signatures);

@@ -21,6 +21,9 @@ struct request {
     community_statistics* statistics;
     packet outgoing;
     packet response;
+    // In bytes, of the whole packet. Over a connection a server may send as much as it likes, and whatever is far longer
+    // than this is a protocol_error before it has cost much memory.
+    std::size_t longest_answer = packet::header_size;
     string key; // of the cipher; empty until sealed, and for status, which never is
 };
 

@@ -6,6 +6,8 @@
 // The payloads of the replies, read from the packet's read position on. A hostile server writes these bytes.
 namespace brimwarden::analysis::community {
 
+inline constexpr std::size_t longest_query_entry = 70; // seven numbers of 64 bits in groups of seven
+
 // One entry for each signature, in the list's order, and nothing behind them. Throws protocol_error at the first thing
 // that is wrong: what stands before it has been written by then, the records behind it are untouched.
 void read_query(packet& reply, signature_list& signatures);

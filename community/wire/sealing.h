@@ -6,7 +6,7 @@
 namespace brimwarden::analysis::community {
 
 // Turns the payload in the body of a request into a sealed body: mode and id as numbers, 16 bytes of digest, the
-// payload, enciphered if the packet says so. The digest is MD5 over nonce, secret and the payload as it is sent; the key
+// payload, enciphered if the packet says so. The digest is MD5 over nonce, secret and the enciphered payload; the key
 // of the cipher is MD5 over nonce and secret. The first 4096 bytes of the key stream are not used. Once per request.
 // Returns the key, which is empty for a packet that is not enciphered. A lone surrogate in the secret counts as U+FFFD,
 // on both targets.

@@ -12,6 +12,13 @@ namespace {
 
 socket_status status_of(int result) noexcept { return result == 0 ? socket_status{} : socket_failure(errno); }
 
+socket_status set_limit(socket_handle socket, int option, std::uint32_t milliseconds) noexcept {
+    timeval limit{};
+    limit.tv_sec = milliseconds / 1000;
+    limit.tv_usec = milliseconds % 1000 * 1000;
+    return status_of(setsockopt(descriptor(socket), SOL_SOCKET, option, &limit, sizeof limit));
+}
+
 using name_call = int (*)(int, sockaddr*, socklen_t*);
 
 socket_status ask_address(name_call call, socket_handle socket, void* address, std::uint32_t& size) noexcept {
@@ -91,10 +98,11 @@ socket_status set_send_buffer(socket_handle socket, std::uint32_t bytes) noexcep
 }
 
 socket_status set_receive_timeout(socket_handle socket, std::uint32_t milliseconds) noexcept {
-    timeval limit{};
-    limit.tv_sec = milliseconds / 1000;
-    limit.tv_usec = milliseconds % 1000 * 1000;
-    return status_of(setsockopt(descriptor(socket), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit));
+    return set_limit(socket, SO_RCVTIMEO, milliseconds);
+}
+
+socket_status set_send_timeout(socket_handle socket, std::uint32_t milliseconds) noexcept {
+    return set_limit(socket, SO_SNDTIMEO, milliseconds);
 }
 
 socket_status shutdown_send(socket_handle socket) noexcept { return status_of(shutdown(descriptor(socket), SHUT_WR)); }

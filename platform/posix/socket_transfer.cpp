@@ -107,19 +107,24 @@ std::int64_t now_ns() noexcept {
     return std::int64_t{moment.tv_sec} * 1'000'000'000 + moment.tv_nsec;
 }
 
-// Waits until something can be received, a refusal included, for as long as the socket's own limit allows. It counts
-// from the beginning of the call: a program whose timer hits this thread again and again must get to its end, too.
-readiness wait_readable(int socket, std::int64_t began_ns) noexcept {
+// Waits for an event, a refusal included, for as long as the socket's own limit allows. It counts from the beginning of
+// the call: a program whose timer hits this thread again and again must get to its end, too.
+readiness wait_for(int socket, short event, std::int64_t began_ns) noexcept {
     timeval limit{};
     socklen_t length = sizeof limit;
-    if (getsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, &length) != 0) return readiness::failed;
+    const int option = event == POLLIN ? SO_RCVTIMEO : SO_SNDTIMEO;
+    if (getsockopt(socket, SOL_SOCKET, option, &limit, &length) != 0) return readiness::failed;
     const std::int64_t limit_ns = std::int64_t{limit.tv_sec} * 1'000'000'000 + std::int64_t{limit.tv_usec} * 1000;
     const std::int64_t left_ms = (std::max<std::int64_t>(limit_ns - (now_ns() - began_ns), 0) + 999'999) / 1'000'000;
     // Beyond poll's range, 24 days, is as good as no limit.
     const bool limited = limit_ns > 0 && left_ms <= 0x7FFFFFFF;
-    pollfd ready{socket, POLLIN, 0};
-    const int got = poll(&ready, 1, limited ? static_cast<int>(left_ms) : -1);
-    if (got == 0) return readiness::too_late;
+    // poll() calls a stream writable when a third of its buffer is free, but a send takes bytes as soon as there is any
+    // room: so it is tried now and then, or a slow peer would be taken for one that reads nothing.
+    constexpr std::int64_t send_again_ms = 500;
+    const std::int64_t wait_ms = event == POLLOUT ? std::min(left_ms, send_again_ms) : left_ms;
+    pollfd ready{socket, event, 0};
+    const int got = poll(&ready, 1, limited ? static_cast<int>(wait_ms) : -1);
+    if (got == 0) return wait_ms < left_ms ? readiness::data : readiness::too_late;
     if (got < 0) return errno == EINTR ? readiness::data : readiness::failed;
     if ((ready.revents & POLLERR) != 0) return readiness::refusal;
     // A datagram socket hangs up only when close_socket has shut it down; a stream tells more in the next receive.
@@ -163,7 +168,7 @@ transfer receive_from(socket_handle socket, void* address, std::uint32_t size, v
         // A refusal leaves its report on the socket, whichever thread has got the number of it.
         auto ready = readiness::refusal;
         if (errno == EAGAIN)
-            ready = wait_readable(descriptor(socket), began_ns);
+            ready = wait_for(descriptor(socket), POLLIN, began_ns);
         else if (!comes_from_the_network(errno))
             ready = readiness::failed;
         if (ready == readiness::refusal && take_refusal(descriptor(socket), address, size, done)) return done;
@@ -174,10 +179,16 @@ transfer receive_from(socket_handle socket, void* address, std::uint32_t size, v
 }
 
 transfer send(socket_handle socket, const void* bytes, std::size_t count) noexcept {
-    for (;;) {
-        const ssize_t sent = ::send(descriptor(socket), bytes, count, MSG_NOSIGNAL);
+    const std::int64_t began_ns = now_ns();
+    for (bool too_late = false;;) {
+        const ssize_t sent = ::send(descriptor(socket), bytes, count, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent >= 0) return {{}, static_cast<std::size_t>(sent), 0};
-        if (errno != EINTR) return {connection_failure(errno), 0, 0};
+        if (errno == EINTR) continue;
+        if (errno != EAGAIN) return {connection_failure(errno), 0, 0};
+        if (too_late) return {socket_failure(ETIMEDOUT), 0, 0};
+        const auto ready = wait_for(descriptor(socket), POLLOUT, began_ns);
+        if (ready == readiness::failed) return {socket_failure(errno), 0, 0};
+        too_late = ready == readiness::too_late;
     }
 }
 
@@ -190,7 +201,7 @@ transfer receive(socket_handle socket, void* out, std::size_t room) noexcept {
             flags = MSG_DONTWAIT; // from here on the waiting is ours: a blocking call would get its whole limit again
         else if (errno != EAGAIN || flags == 0)
             return {connection_failure(errno), 0, 0};
-        const auto ready = wait_readable(descriptor(socket), began_ns);
+        const auto ready = wait_for(descriptor(socket), POLLIN, began_ns);
         if (ready == readiness::failed) return {socket_failure(errno), 0, 0};
         if (ready == readiness::too_late) return {socket_failure(ETIMEDOUT), 0, 0};
     }

@@ -179,6 +179,10 @@ socket_status set_receive_timeout(socket_handle socket, std::uint32_t millisecon
     return set_option(socket, SO_RCVTIMEO, milliseconds);
 }
 
+socket_status set_send_timeout(socket_handle socket, std::uint32_t milliseconds) noexcept {
+    return set_option(socket, SO_SNDTIMEO, milliseconds);
+}
+
 socket_status shutdown_send(socket_handle socket) noexcept {
     return connection_status_of(shutdown(native(socket), SD_SEND));
 }

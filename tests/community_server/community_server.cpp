@@ -354,6 +354,7 @@ void server::serve_connection(peer_socket& connection) {
             connection.at_once = 1; // closing over unread bytes is a reset
             connection.read_some(bytes);
         }
+        if (kind == welcome::ignore) (void)ending_.wait();
         if (kind != welcome::read) return connection.close_socket();
         try {
             for (;;)
@@ -369,6 +370,7 @@ void server::serve_connection(peer_socket& connection) {
         for (const auto& part : reply.answers)
             for (unsigned sent = 0; sent < part.times; ++sent)
                 for (string_view rest = part.bytes; !rest.empty();) {
+                    if (reply.gap_ms != 0 && ending_.wait(reply.gap_ms)) return;
                     const std::size_t count = reply.byte_by_byte ? 1 : rest.size();
                     connection.write(rest.substr(0, count));
                     rest.remove_prefix(count);

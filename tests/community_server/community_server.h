@@ -56,6 +56,7 @@ enum class welcome : std::uint8_t {
     read,
     close,  // without a word
     reset,  // with the request unread
+    ignore, // open, and never read from
     refuse, // for good
 };
 
@@ -64,6 +65,7 @@ struct behaviour {
     bool byte_by_byte = false;   // over a connection, each byte sent by itself
     bool left_open = false;      // a connection, until the server ends
     std::uint32_t delay_ms = 0;  // until the answers go out; nobody else waits for it
+    std::uint32_t gap_ms = 0;    // over a connection, before each piece
 };
 
 class server {

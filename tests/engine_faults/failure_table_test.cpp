@@ -15,7 +15,7 @@ using client::behaviour;
 using client::seen_request;
 using client::server;
 
-enum class call : std::uint8_t { scan, large_scan, report, revoke };
+enum class call : std::uint8_t { scan, large_scan, report, huge_report, revoke };
 
 using decision = behaviour (*)(server&, const seen_request&);
 
@@ -123,6 +123,24 @@ const failure_case cases[] = {
          return reply;
      },
      community_timed_out, "CT", 0, 0, 1, 1},
+    {"an answer of one byte each 30 ms", call::report, 200, ask,
+     [](server& self, const seen_request& r) {
+         behaviour reply = self.honest(r);
+         reply.byte_by_byte = reply.left_open = true;
+         reply.gap_ms = 30;
+         return reply;
+     },
+     community_timed_out, "CT", 0, 0, 1, 1},
+    {"an answer of half a gigabyte", call::report, generous, ask,
+     [](server& self, const seen_request& r) {
+         behaviour reply = self.honest(r);
+         reply.answers.push_back({std::string(1 << 16, '\0'), false, 1 << 13});
+         reply.left_open = true;
+         return reply;
+     },
+     community_protocol_error, "C", 0, 0, 1, 0},
+    {"a message that is never read", call::huge_report, 200, welcome::ignore, be_honest, community_timed_out, "CT", 0,
+     0, 0, 1},
     {"no door", call::revoke, 0, welcome::refuse, be_honest, community_timed_out, "CCCCCCCCL", 0, 0, 0, 8},
 };
 
@@ -152,9 +170,10 @@ std::string letters_of(std::uint32_t handle, std::string_view server_line) {
     return letters;
 }
 
-std::string large_message() {
+std::string message_of(call made) {
     std::string message(client::small_message);
-    for (int link = 0; link < 40; ++link)
+    if (made == call::huge_report) message.append(std::size_t{32} << 20, 'x'); // more than sockets keep
+    for (int link = 0; made == call::large_scan && link < 40; ++link)
         message += "http://shop" + std::to_string(link) + ".example.com/offer\r\n";
     return message;
 }
@@ -165,6 +184,7 @@ protected:
         std::int32_t probability = -1;
         switch (c.made) {
         case call::report:
+        case call::huge_report:
             return BRMX_Spam_CommunityReport2(handle, c.timeout_ms, 1);
         case call::revoke:
             return BRMX_Spam_CommunityRevoke2(handle, c.timeout_ms, 0);
@@ -191,7 +211,7 @@ TEST_F(failure, ends_in_its_status_with_its_statistics_and_trace) {
             return reply;
         });
         if (c.door != ask) peer().receive_with(c.door);
-        const auto handle = open_member(c.made == call::large_scan ? large_message() : client::small_message);
+        const auto handle = open_member(message_of(c.made));
         EXPECT_EQ(make(c, handle), c.status);
         EXPECT_EQ(letters_of(handle, server_line()), c.exchange);
         const auto counted = client::statistics_of(handle);

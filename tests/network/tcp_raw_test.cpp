@@ -63,6 +63,12 @@ TEST(tcp_raw, keeps_queued_lines_until_they_are_flushed) {
     EXPECT_EQ(pair.server.received_total(), 10U);
 }
 
+TEST(tcp_raw, gives_up_sending_to_a_peer_that_does_not_read) {
+    connection pair;
+    pair.client.set_send_timeout(50);
+    EXPECT_THROW(for (;;)(void) pair.client.send_some(string(16384, '\0')), base::connection_timed_out);
+}
+
 TEST(tcp_raw, carries_more_than_the_system_buffers) {
     connection pair;
     pair.client.set_send_buffer(4096);

@@ -314,21 +314,6 @@ TEST(community_client, reads_a_connection_byte_by_byte) {
     EXPECT_EQ(one.statistics.bytes_received, 16U + 3U + 1U);
 }
 
-TEST(community_client, takes_an_answer_beyond_all_measure_for_one_with_an_excess) {
-    constexpr std::size_t piece = std::size_t{1} << 16;
-    constexpr unsigned pieces = 2048; // twice as many as are read
-    conversation talk(only_probes([](server& self, const seen_request& request) {
-        behaviour reply = self.honest(request);
-        reply.answers.push_back({string(piece, '\0'), false, pieces});
-        return reply;
-    }));
-    scan one;
-    EXPECT_THROW(talk.client.report(one.context, one.statistics, member, 0, true), protocol_error);
-    EXPECT_GE(one.statistics.bytes_received, pieces / 2 * piece);
-    EXPECT_LT(one.statistics.bytes_received, pieces * piece);
-    EXPECT_EQ(one.statistics.connections_failed, 0U);
-}
-
 TEST(community_client, timeout_0_asks_once_by_datagram) {
     conversation talk(only_probes([](server&, const seen_request&) { return behaviour{}; }));
     scan one;
