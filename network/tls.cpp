@@ -31,6 +31,11 @@ std::shared_ptr<tls::identity> made(tls::identity_result result) {
     return std::move(result.made);
 }
 
+bool goes_on(tls::status step) {
+    return step == tls::ok || step == tls::continue_needed || step == tls::incomplete_message ||
+           step == tls::incomplete_credentials;
+}
+
 constexpr const char* client_call = "InitializeSecurityContext";
 constexpr const char* server_call = "AcceptSecurityContext";
 
@@ -71,7 +76,11 @@ void ssl::shake(tls::session& session, const char* call) {
         if (waiting().empty() || result == tls::incomplete_message) fill_raw();
         std::size_t used = 0;
         result = session.step(waiting(), used, token);
-        send_all(token); // also of a step that failed: it may tell the peer why
+        try {
+            send_all(token); // also of a step that failed: it may tell the peer why
+        } catch (const exception&) {
+            if (goes_on(result)) throw;
+        } // a peer that has gone away cannot be told, and the reason is the caller's all the same
         again = result == tls::incomplete_message || result == tls::incomplete_credentials;
         if (again) continue;
         consume(used);

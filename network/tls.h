@@ -72,6 +72,8 @@ public:
         // On Linux: a PEM file, or a directory whose files *.pem are tried in the order of their names; if empty, the
         // directory for private keys of the OpenSSL installation (/etc/ssl/private on most systems). A file has the
         // certificate, its private key without a password, and the other certificates of the chain if there are any.
+        // Its certificate is the one that the key belongs to, the first one if there is no such key; one of the chain is
+        // never taken.
         // The key alone may lie in a file beside it, with the ending .key instead (mail.pem, mail.key).
         // A directory's files that cannot be read are passed over.
         //

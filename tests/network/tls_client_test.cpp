@@ -156,6 +156,9 @@ TEST_P(tls_client, tells_the_closing_alert_from_a_mere_end) {
     client.set_receive_timeout(1); // the server waits for our end
     EXPECT_THROW(client.read_some(page), ssl::security);
     EXPECT_TRUE(page.starts_with("HTTP/1.0 200") && page.ends_with("</HTML>\r\n\r\n")) << page;
+    const auto sent = client.sent_total();
+    client.write("the alert has closed the other direction alone");
+    EXPECT_GT(client.sent_total(), sent);
 }
 
 // Each line is longer than two reads of the socket, and comes back from its end to its beginning.

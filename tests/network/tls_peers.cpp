@@ -57,7 +57,7 @@ $new -x509 -days 2 -extensions root -subj /O=Brimwarden/CN=root -keyout root.key
 $new -subj /C=DE/O=Brimwarden/CN=mail.example -keyout mail.key -out mail.csr
 openssl x509 -req -sha256 -in mail.csr -CA root.pem -CAkey root.key -CAcreateserial -days 2 -extfile cnf -extensions names -out bare.pem
 $new -x509 -days 2 -extensions names -subj /CN=mail.example -keyout stranger.key -out stranger.crt
-cat bare.pem mail.key >mail.pem; rm mail.key; cat stranger.crt stranger.key >stranger.pem
+cat bare.pem mail.key >mail.pem; cat root.pem mail.pem >upside.pem; rm mail.key; cat stranger.crt stranger.key >stranger.pem
 mkdir split; cp bare.pem split/a.pem; cp mail.pem split/a.key; echo junk >split/junk.pem
 echo; echo made:$d:)";
 

@@ -30,6 +30,7 @@ private:
 //   mail.pem               of mail.example and 127.0.0.1, signed by the root, with its key
 //   stranger.pem           the same names, signed by itself
 //   split/a.pem, a.key     as mail.pem, but the key on its own; beside it junk.pem, no certificate at all
+//   upside.pem             the root's certificate, then what mail.pem has
 //   bare.pem               the certificate of mail.pem without its key
 const string& certificates(); // the path, as the host knows it
 

@@ -37,18 +37,21 @@ owned_key read_key(const fs::path& path) {
 bool search_file(const string& subject, const fs::path& path, stored_certificate& out) {
     const owned_bio file = open_file(path);
     if (!file) return false;
-    while (owned_certificate next{PEM_read_bio_X509(file.get(), nullptr, no_password, nullptr)}) {
-        if (!out.certificate && contains(to_lower(subject_of(next.get())), subject))
-            out.certificate = std::move(next);
-        else
-            out.chain.push_back(std::move(next));
-    }
-    if (!out.certificate) {
-        out.chain.clear();
-        return false;
-    }
-    out.key = read_key(path);
-    if (!out.key) out.key = read_key(fs::path(path).replace_extension(".key"));
+    std::vector<owned_certificate> all;
+    while (owned_certificate next{PEM_read_bio_X509(file.get(), nullptr, no_password, nullptr)})
+        all.push_back(std::move(next));
+    if (all.empty()) return false;
+    owned_key key = read_key(path);
+    if (!key) key = read_key(fs::path(path).replace_extension(".key"));
+    // The others are issuers, whose names may contain the subject as well, and which may come first.
+    auto own = std::ranges::find_if(
+        all, [&](const auto& one) { return key && X509_check_private_key(one.get(), key.get()) == 1; });
+    if (own == all.end()) own = all.begin();
+    if (!contains(to_lower(subject_of(own->get())), subject)) return false;
+    out.certificate = std::move(*own);
+    all.erase(own);
+    out.chain = std::move(all);
+    out.key = std::move(key);
     return true;
 }
 
