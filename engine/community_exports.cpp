@@ -66,9 +66,9 @@ engine_status BRMX_Spam_SetCommunityCredentials(std::uint32_t handle, std::uint3
         held_session found;
         if (const auto status = find_session(handle, found); status != status_ok) return status;
         auto& credentials = found->credentials;
+        credentials.set_secret(secret, length); // first, since it is all that can fail
         credentials.credential_mode = mode;
         credentials.credential_id = id;
-        credentials.credential_secret.assign(secret, secret + length);
         if (mode == member_mode && runs_in_the_filter()) credentials.credential_mode = filter_mode;
         return status_ok;
     });

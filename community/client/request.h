@@ -4,6 +4,7 @@
 #include "community/wire/operation.h"
 #include "community/wire/packet.h"
 #include "foundation/sync/event.h"
+#include "foundation/text/wipe.h"
 
 #include <cstdint>
 
@@ -15,6 +16,9 @@ namespace brimwarden::analysis::community {
 struct request {
     // A fresh random nonce, version 3, an empty body. `counted` is not owned and outlives the request.
     request(operation_code operation, community_statistics& counted);
+    ~request() { tackle::wipe(key); }
+    request(const request&) = delete;
+    request& operator=(const request&) = delete;
 
     tackle::event done{false}; // set by the first answer or refusal and never reset
     bool answered = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/text/text.h"
+#include "foundation/text/wipe.h"
 
 #include <array>
 #include <cstddef>
@@ -12,6 +13,9 @@ namespace brimwarden::analysis::community {
 class rc4 final {
 public:
     explicit rc4(tackle::string_view key); // not empty; bytes behind the 256th do not count
+    ~rc4() { tackle::wipe(state_.data(), state_.size()); }
+    rc4(const rc4&) = delete;
+    rc4& operator=(const rc4&) = delete;
 
     void discard(std::size_t count);  // throws that many bytes of the stream away
     void apply(tackle::string& text); // enciphers or deciphers in place, which is the same

@@ -4,6 +4,7 @@
 #include "community/wire/rc4.h"
 #include "foundation/coding/md5.h"
 #include "foundation/text/unicode.h"
+#include "foundation/text/wipe.h"
 
 #include <utility>
 
@@ -20,12 +21,13 @@ void apply_cipher(const string& key, string& text) {
     stream.apply(text);
 }
 
-} // namespace
-
-string seal(packet& request, const community_credentials& credentials) {
+// In a frame of its own, which seal() wipes: the hash and its buffers hold a short secret as it is.
+[[gnu::noinline]] string seal_body(packet& request, const community_credentials& credentials) {
     tackle::coding::md5 digest;
     digest.update(string_view(request.nonce.data(), request.nonce.size()));
-    digest.update(tackle::unicode::to_narrow(credentials.credential_secret, utf8, true));
+    string secret = tackle::unicode::to_narrow(credentials.credential_secret, utf8, true);
+    digest.update(secret);
+    tackle::wipe(secret);
     string payload = std::exchange(request.body, {});
     string key;
     if (request.encrypted) {
@@ -38,6 +40,15 @@ string seal(packet& request, const community_credentials& credentials) {
     digest.update(payload);
     request.body.append(digest.finish()).append(payload);
     return key;
+}
+
+} // namespace
+
+string seal(packet& request, const community_credentials& credentials) {
+    struct cleaning {
+        ~cleaning() { tackle::wipe_stack(); }
+    } afterwards;
+    return seal_body(request, credentials);
 }
 
 void open_response(packet& response, const string& key) {
