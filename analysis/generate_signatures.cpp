@@ -1,10 +1,11 @@
 #include <algorithm>
+#include <cstdint>
+#include <numeric>
 #include <tuple>
 
 #include "analysis/analysis_engine.h"
 #include "analysis/plugins/plugin_set.h"
 #include "view/logical_root.h"
-#include "view/parts_list.h"
 
 namespace brimwarden::analysis {
 
@@ -14,24 +15,32 @@ namespace {
 constexpr std::size_t usual_signatures = 32;
 
 // By code unit, so that the order is the same everywhere. Of equal ones the first found stays; the details of the
-// others are lost with them. What is sorted are their places, as a record is large.
+// others are lost with them. What is sorted are their places, as a record is large, and the records then follow them
+// without a second list: a message can have one for each of its parts.
 void sort_and_unify(signature_list& signatures) {
-    const auto key = [](const signature_record* record) { return std::tie(record->type, record->value); };
-    std::vector<signature_record*> order;
-    order.reserve(signatures.size());
-    for (auto& record : signatures)
-        order.push_back(&record);
+    const auto key = [&](std::uint32_t place) { return std::tie(signatures[place].type, signatures[place].value); };
+    std::vector<std::uint32_t> order(signatures.size());
+    std::iota(order.begin(), order.end(), 0U);
     // With the place as the last key no two are equal, so that any sort keeps the order of equal ones.
-    std::ranges::sort(order, [key](const auto* left, const auto* right) {
-        return std::tuple(key(left), left) < std::tuple(key(right), right);
-    });
-    const auto same = [key](const auto* left, const auto* right) { return key(left) == key(right); };
-    order.erase(std::unique(order.begin(), order.end(), same), order.end());
-    signature_list sorted;
-    sorted.reserve(order.size());
-    for (auto* const record : order)
-        sorted.push_back(std::move(*record));
-    signatures = std::move(sorted);
+    std::ranges::sort(
+        order, [key](auto left, auto right) { return std::tuple(key(left), left) < std::tuple(key(right), right); });
+    // Along each cycle of the permutation: order[to] is where the record for the place `to` is.
+    std::vector<bool> placed(signatures.size());
+    for (std::uint32_t first = 0; first < order.size(); ++first) {
+        if (placed[first]) continue;
+        auto kept = std::move(signatures[first]);
+        std::uint32_t to = first;
+        for (; order[to] != first; to = order[to]) {
+            signatures[to] = std::move(signatures[order[to]]);
+            placed[to] = true;
+        }
+        signatures[to] = std::move(kept);
+        placed[to] = true;
+    }
+    const auto same = [](const auto& left, const auto& right) {
+        return left.type == right.type && left.value == right.value;
+    };
+    signatures.erase(std::unique(signatures.begin(), signatures.end(), same), signatures.end());
 }
 
 } // namespace
@@ -39,7 +48,7 @@ void sort_and_unify(signature_list& signatures) {
 void analysis_engine::generate_signatures(scan_context& scan) {
     const auto& root = logical_root(*scan.message);
     scan.trace.append(0, u"Message Parts:");
-    list_parts(*scan.message, &root, root.find_displayable(), scan.trace);
+    scan.trace.list_parts(*scan.message, &root, root.find_displayable());
 
     scan.signatures.reserve(usual_signatures);
     plugins::plugin_set plugins;

@@ -77,6 +77,12 @@ def escapes_of_escapes(size, line=b"a line of text\n", boundary=b"", every=1):
     yield b"=" + b"3D" * 64 + b"\n"
 
 
+def pairs(size):
+    """Words of two letters, 338 different ones: each of the structures has nearly all of them."""
+    words = b"".join(b"%c%c " % (97 + n % 26, 97 + n // 26) for n in range(338))
+    yield from repeated(words, size)
+
+
 def parts(piece, size):
     return after(b"Content-Type: multipart/mixed; boundary=a\n\n", repeated(b"--a\n" + piece, size))
 
@@ -114,6 +120,7 @@ INPUTS = [
     ("one line of 50 MB", 50 * MB, lambda size: after(b"A: b\n\n", repeated(b"a", size))),
     ("one header line of 50 MB", 50 * MB, lambda size: after(b"Subject: ", repeated(b"a", size))),
     ("50 MB of LF", 50 * MB, lambda size: after(b"A: b\n\n", repeated(b"\n", size))),
+    ("a Subject of 10 MB in place of a text", 10 * MB, lambda size: after(b"Subject: ", pairs(size))),
     ("a million header fields of four bytes", 4 * MB, lambda size: repeated(b"A:b\n", size)),
     ("a million header fields of one byte", 2 * MB, lambda size: repeated(b"A\n", size)),
     ("50 MB of parameters of one byte", 50 * MB, lambda size: after(b"Content-Type: x", repeated(b";a", size))),
@@ -141,6 +148,7 @@ INPUTS = [
     ("a million empty uuencoded files", 14 * MB,
      lambda size: after(b"A: b\n\n", repeated(b"begin 6 a\nend\n", size)), STRUCTURE),
     ("a million recipients of four bytes", 4 * MB, lambda size: after(b"To: ", repeated(b"a@b,", size)), STRUCTURE),
+    ("five million recipients of two bytes", 10 * MB, lambda size: after(b"To: ", repeated(b"a,", size)), STRUCTURE),
 ]
 
 

@@ -21,7 +21,7 @@ struct session {
 
     tackle::real_mutex lock;
     const tackle::internet::message2::part message;
-    analysis::trace_list last_trace; // of the last operation that came to its end
+    analysis::trace_list last_trace; // of the last operation that came to its end; lists the parts of the message
     analysis::community::community_credentials credentials;
     analysis::community::community_statistics statistics; // of the last operation with a community
     language::result_map language_results;                // empty until asked for, and if there are none

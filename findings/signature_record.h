@@ -18,19 +18,19 @@ namespace brimwarden::analysis {
 //   prd  the bytes of a part
 //   pid  known to the community alone; no generator makes it
 struct signature_record {
-    signature_record(tackle::wstring tag, tackle::wstring text) : type(std::move(tag)), value(std::move(text)) {}
+    signature_record(tackle::wstring_view tag, tackle::wstring text) : type(tag), value(std::move(text)) {}
 
-    tackle::wstring type; // one of the tags above
+    tackle::wstring_view type; // always a literal, one of the tags above
     // The community may know the beginning of a value only: its answer then cuts the value to that beginning.
     tackle::wstring value;
-    tackle::wstring details; // how the value came about; no trace line shows it
+    tackle::wstring details; // how the value came about, if the list was told to say; no trace line shows it
 
     bool matched = false; // the community knows the value
-    std::uint64_t id = 0; // the community's number for it
-    std::uint64_t age = 0;
     bool ignored = false;
     bool whitelisted = false;
     bool blacklisted = false;
+    std::uint64_t id = 0; // the community's number for it
+    std::uint64_t age = 0;
     std::uint64_t reports = 0;
     std::uint64_t revokes = 0;
     std::uint64_t touches = 0;
@@ -40,7 +40,12 @@ struct signature_record {
 };
 
 // In the order of generation, until the pipeline sorts it and takes out the duplicates.
-using signature_list = std::vector<signature_record>;
+class signature_list : public std::vector<signature_record> {
+public:
+    // Whether generators fill `details`. Of a text of different words they are many times its size, so only who shows
+    // them sets this, before anything is generated.
+    bool with_details = false;
+};
 
 // The standard digest of a signature: MD5 in base64 without padding, 22 characters.
 [[nodiscard]] tackle::wstring digest_text(tackle::string_view bytes);

@@ -4,7 +4,6 @@
 #include "view/displayed_text.h"
 #include "view/if_readable.h"
 #include "view/logical_root.h"
-#include "view/parts_list.h"
 
 namespace brimwarden::language {
 
@@ -33,7 +32,7 @@ void detect_message_language(language_query& query, const plugins::generic::plug
     const part& root = analysis::logical_root_for_language(*query.message);
     const part* const displayable = root.find_displayable();
     query.trace.append(0, u"Message Parts:");
-    analysis::list_parts(*query.message, &root, displayable, query.trace);
+    query.trace.list_parts(*query.message, &root, displayable);
     query.trace.append(0, u"");
     if (displayable == nullptr) return query.trace.append(0, u"No displayable text part found in message");
     if (displayable->data().size() > analysis::largest_displayed_part)

@@ -1,29 +1,14 @@
+#include "message/part_walk.h"
 #include "foundation/text/strings.h"
 #include "message/part.h"
 
 namespace tackle::internet::message2 {
 namespace {
 
-constexpr string_view nested_message = "message/rfc822";
-
-// Calls visit(part) breadth first until it answers false. With `skip_nested` attached messages are passed over, with
-// all below them.
-template <typename node, typename visitor>
-void walk(node& root, bool skip_nested, const visitor& visit) {
-    std::vector<node*> queue = {&root};
-    for (std::size_t front = 0; front < queue.size(); ++front) {
-        node& next = *queue[front];
-        if (skip_nested && next.content_type() == nested_message) continue;
-        if (!visit(next)) return;
-        for (const auto& child : next.children())
-            queue.push_back(child.get());
-    }
-}
-
 template <typename node>
 void find(node& root, std::vector<node*>& out, bool skip_nested, string_view type_prefix) {
     const string prefix = to_lower(type_prefix);
-    walk(root, skip_nested, [&](node& found) {
+    walk_parts(root, skip_nested, [&](node& found) {
         if (found.content_type().starts_with(prefix)) out.push_back(&found);
         return true;
     });
@@ -37,7 +22,7 @@ const part* find_text(const part& root) {
     const part* any_html = nullptr;
     const part* any_plain = nullptr;
     const part* inline_html = nullptr;
-    walk(root, true, [&](const part& found) {
+    walk_parts(root, true, [&](const part& found) {
         if (found.content_type().starts_with("text/html")) {
             if (any_html == nullptr) any_html = &found;
             if (is_shown_inline(found)) inline_html = &found;
@@ -68,13 +53,14 @@ const part* part::find_displayable() const {
     std::vector<const part*> queue = {this};
     for (std::size_t front = 0; front < queue.size(); ++front) {
         const part& next = *queue[front];
-        if (next.content_type() == nested_message) continue;
+        if (next.content_type() == attached_message_type) continue;
         if (next.content_type().starts_with("multipart/")) {
             if (const part* const found = find_text(next)) return found;
             continue;
         }
         for (const auto& child : next.children())
-            queue.push_back(child.get());
+            if (!child->children().empty() || child->content_type().starts_with("multipart/"))
+                queue.push_back(child.get());
     }
     return find_text(*this);
 }

@@ -1,6 +1,7 @@
 #include "view/logical_root.h"
 
 #include "foundation/text/strings.h"
+#include "message/part_walk.h"
 
 namespace brimwarden::analysis {
 
@@ -8,19 +9,25 @@ using tackle::internet::message2::part;
 
 namespace {
 
+const part* find_first(const part& message, bool skip_nested, tackle::string_view type_prefix) {
+    const part* first = nullptr;
+    tackle::internet::message2::walk_parts(message, skip_nested, [&](const part& found) {
+        if (found.content_type().starts_with(type_prefix)) first = &found;
+        return first == nullptr;
+    });
+    return first;
+}
+
 // What the first nested message holds, or null. An attached message that could not be parsed any further has no child.
 const part* wrapped_message(const part& message) {
-    std::vector<const part*> found;
-    message.find_parts(found, false, "message/rfc822");
-    if (found.empty() || found.front()->children().empty()) return nullptr;
-    return found.front()->children().front().get();
+    const part* const found = find_first(message, false, "message/rfc822");
+    return found == nullptr || found->children().empty() ? nullptr : found->children().front().get();
 }
 
 bool is_delivery_report(const part& message) {
     if (message.content_type() == "multipart/report") return true;
-    std::vector<const part*> found;
-    message.find_parts(found, true, "message/delivery-status"); // one inside a nested message tells about that message
-    return !found.empty();
+    // One inside a nested message tells about that message.
+    return find_first(message, true, "message/delivery-status") != nullptr;
 }
 
 // The flag is compared as it stands: the filter that this is about writes no blanks behind it.

@@ -7,6 +7,7 @@
 #include "foundation/text/strings.h"
 #include "foundation/text/unicode.h"
 #include "message/header_type/addresses_value_type.h"
+#include "message/part_walk.h"
 #include "platform/character_class.h"
 #include "view/if_readable.h"
 
@@ -26,15 +27,14 @@ constexpr auto npos = wstring_view::npos;
 
 // Lower-cased and in order.
 std::vector<wstring> file_names(const part& root) {
-    std::vector<const part*> parts;
-    root.find_parts(parts, false, "");
     std::vector<wstring> names;
-    for (const auto* one : parts) {
-        const auto info = one->attachment_info();
+    tackle::internet::message2::walk_parts(root, false, [&](const part& one) {
+        const auto info = one.attachment_info();
         // A million parts without a name have one between them.
         if (!info.filename.empty() || names.empty() || !names.back().empty())
             names.push_back(tackle::to_lower(info.filename));
-    }
+        return true;
+    });
     std::ranges::sort(names);
     return names;
 }

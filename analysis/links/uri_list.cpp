@@ -15,8 +15,9 @@ void uri_list::add(wstring_view value, wstring_view input) {
         behind->second->erased = true;
         behind = shortest_.erase(behind);
     }
-    constexpr wstring_view label = u"Input: \"";
     auto& details = append(value, behind).details;
+    if (!with_details_) return;
+    constexpr wstring_view label = u"Input: \"";
     details.reserve(label.size() + input.size() + 1);
     details.append(label).append(input).append(u"\"");
 }

@@ -13,8 +13,12 @@ namespace brimwarden::analysis {
 // log n comparisons, whatever order the addresses come in.
 class uri_list {
 public:
+    uri_list() = default;
+    // Whether the signatures get their details.
+    explicit uri_list(bool with_details) : with_details_(with_details) {}
+
     // Replaces all those that begin with `value`; does nothing if there is one that `value` begins with.
-    // `input` is what the address was found in, and goes into the details.
+    // `input` is what the address was found in, and goes into the details if they are wanted.
     void add(tackle::wstring_view value, tackle::wstring_view input);
     // The same, but longer ones stay. Nothing may be added with `add` afterwards.
     void add_beside(tackle::wstring_view value);
@@ -36,6 +40,7 @@ private:
     [[nodiscard]] bool begins_with_one(tackle::wstring_view value, shortest_map::const_iterator behind) const;
     signature_record& append(tackle::wstring_view value, shortest_map::const_iterator behind);
 
+    bool with_details_ = false;
     std::deque<entry> entries_; // never moves one
     // By value those that begin with no other. Whatever value begins with one of them has it directly in front.
     shortest_map shortest_;

@@ -2,6 +2,7 @@
 
 #include "analysis/plugins/executable_test.h"
 #include "foundation/text/format.h"
+#include "message/part_walk.h"
 
 namespace brimwarden::analysis::plugins::attachment_analysis {
 
@@ -37,7 +38,7 @@ public:
         }
         if (type == "text/plain" && size < shortest_text) return;
         signatures_.emplace_back(u"prd", digest_text(part.data()));
-        signatures_.back().details = tackle::format(u"Part: 0x%x", part.number());
+        if (signatures_.with_details) signatures_.back().details = tackle::format(u"Part: 0x%x", part.number());
     }
 
 private:
@@ -57,11 +58,15 @@ private:
 } // namespace
 
 void plugin::generate(const part& root, signature_list& signatures, test_result_list& test_results, trace_list&) {
-    std::vector<const part*> parts;
-    root.find_parts(parts, true, {});
+    // The room that is needed, so that a long list never exists twice while it grows.
+    std::size_t parts = 0;
+    walk_parts(root, true, [&](const part&) { return ++parts > 0; });
+    signatures.reserve(signatures.size() + parts);
     walk files(signatures, test_results);
-    for (const part* const found : parts)
-        files.look_at(*found);
+    walk_parts(root, true, [&](const part& found) {
+        files.look_at(found);
+        return true;
+    });
 }
 
 void plugin::apply(const part&, signature_list&, test_result_list&, trace_list&) {}

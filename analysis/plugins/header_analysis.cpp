@@ -37,7 +37,7 @@ wstring numeric_text(const ip4& address) {
 
 void add_origin(signature_list& signatures, const ip4& address, wstring_view details) {
     signatures.emplace_back(u"hsi", numeric_text(address));
-    signatures.back().details = details;
+    if (signatures.with_details) signatures.back().details = details;
 }
 
 void test_subject(const part& root, test_result_list& results) {

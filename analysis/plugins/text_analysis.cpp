@@ -49,7 +49,12 @@ void test_noise(const part& shown, wstring_view text, test_result_list& results)
         u"Message body has no character set information but contains a large amount of \"high bit\" characters");
 }
 
-// A message that shows nothing is read by its Subject.
+void add_too_large(test_result_list& results) {
+    add(results, u"Part.Text.Too_Large", 0.0F, u"Part is too large for fast processing");
+}
+
+// A message that shows nothing is read by its Subject, which may be as long as a displayed part: what is left of a longer
+// one is its finding.
 void test_length(const part& root, wstring& text, test_result_list& results) {
     if (has_printable(text)) {
         if (text.size() < short_text) add(results, u"Part.Text.Short", 10.0F, u"Message body is short");
@@ -57,10 +62,13 @@ void test_length(const part& root, wstring& text, test_result_list& results) {
     }
     if_readable([&] {
         tackle::internet::message2::header_type::unstructured_value_type subject;
-        if (root.get_header("Subject", subject)) text = subject.value();
+        if (root.get_header("Subject", subject)) text = subject.take_value();
     });
     add(results, u"Part.Text.Empty", has_printable(text) ? 20.0F : 50.0F,
         u"Message body contains no printable characters");
+    if (text.size() <= largest_displayed_part) return;
+    add_too_large(results);
+    text.clear();
 }
 
 // The order counts: the token that an address customization takes out is missing from the signatures behind it, and the
@@ -77,7 +85,7 @@ void reduce(const part& root, wstring& text, const tackle::html::text_set& links
     generate_length_signatures(folded, signatures, trace);
     generate_structure_signatures(folded, signatures, trace);
     check_diagnostics(text, results);
-    uri_list uris;
+    uri_list uris(signatures.with_details);
     if (!links.empty()) scan_links(root, links, uris);
     if (text.size() < uri_scan_limit) scan_text_for_uris(text, uris);
     if (may_spell_uris(text)) {
@@ -98,7 +106,7 @@ void plugin::generate(const part& root, signature_list& signatures, test_result_
         return;
     }
     if (shown->data().size() > largest_displayed_part) {
-        add(test_results, u"Part.Text.Too_Large", 0.0F, u"Part is too large for fast processing");
+        add_too_large(test_results);
         return;
     }
     auto text = read_text(*shown, root, test_results).text;

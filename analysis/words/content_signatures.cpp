@@ -31,6 +31,7 @@ constexpr std::size_t least_repetitions = 10;
 void append_block(wstring_view block, wstring_view plaintext, signature_list& signatures) {
     // Folding may have torn a pair of surrogates apart; the halves become replacement characters.
     signatures.emplace_back(u"tbd", digest_text(tackle::unicode::to_narrow(block, utf8, false)));
+    if (!signatures.with_details) return;
     auto& details = signatures.back().details;
     details.reserve(block.size() + plaintext.size() + 32);
     details.append(u"Block: \"").append(block).append(u"\"");
@@ -128,8 +129,7 @@ void generate_block_signatures(const folded_token_list& folded, const token_list
     std::size_t count = 0;
     for (std::size_t i = 0; i < folded.size(); ++i) {
         folded.append_letters(i, block);
-        plaintext += tokens[i];
-        plaintext += u' ';
+        if (signatures.with_details) plaintext.append(tokens[i]).append(1, u' ');
         if (block.size() <= block_letters) continue;
         append_block(block, plaintext, signatures);
         if (++count == most_blocks) return;
@@ -153,7 +153,8 @@ void generate_length_signatures(const folded_token_list& folded, signature_list&
         // Asked for each token, also where nothing has changed: a repeated record uses up one of the four.
         if (changes < first_contour || changes % contour_step != 0) continue;
         signatures.emplace_back(u"tlc", digit_string(contour));
-        signatures.back().details = tackle::format(u"Offset: %i, Tokens: %i", changes, folded.size());
+        if (signatures.with_details)
+            signatures.back().details = tackle::format(u"Offset: %i, Tokens: %i", changes, folded.size());
         if (++emitted == most_contours) return;
     }
 }
@@ -174,6 +175,7 @@ void generate_structure_signatures(const folded_token_list& folded, signature_li
         printed_words = unique;
         const auto printed = pattern.print(threshold);
         signatures.emplace_back(u"tsd", digest_text(printed));
+        if (!signatures.with_details) continue;
         auto& details = signatures.back().details;
         details.reserve(printed.size() + 64);
         tackle::append_format(details, u"Tokens: %i, Unique: %i, Structure: ", used, unique);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <bit>
 #include <functional>
+#include <numeric>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -189,18 +190,35 @@ private:
     std::size_t link_end_ = 0; // words before it lie in a link
 };
 
-// The names in the addresses of a field: what stands in front of the "@", in the order of the addresses.
-void append_names(const part& root, string_view field, std::vector<wstring>& names) {
+// The names of recipients, in the order of the addresses. In one text: a name of one letter costs the message two bytes.
+class name_list {
+public:
+    void append(string_view name) {
+        // An address is bytes: each stands for the unit of its value.
+        for (const char byte : name)
+            units_ += static_cast<char16_t>(static_cast<std::uint8_t>(tackle::lower_letter(byte)));
+        ends_.push_back(static_cast<std::uint32_t>(units_.size()));
+    }
+    [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(ends_.size()); }
+    [[nodiscard]] wstring_view operator[](std::uint32_t index) const {
+        const std::uint32_t begin = index == 0 ? 0 : ends_[index - 1];
+        return wstring_view(units_).substr(begin, ends_[index] - begin);
+    }
+
+private:
+    wstring units_;
+    std::vector<std::uint32_t> ends_;
+};
+
+// The names in the addresses of a field: what stands in front of the "@".
+void append_names(const part& root, string_view field, name_list& names) {
     if_readable([&] {
         tackle::internet::message2::header_type::addresses_value_type list;
         if (!root.get_header(field, list)) return;
         for (const auto& entry : list.addresses()) {
             const auto begin = entry.address.find_first_not_of('@');
             if (begin == string_view::npos) continue;
-            const auto name = entry.address.substr(begin, entry.address.find('@', begin) - begin);
-            auto& wide = names.emplace_back();
-            for (const char byte : name) // an address is bytes: each stands for the unit of its value
-                wide += static_cast<char16_t>(static_cast<std::uint8_t>(tackle::lower_letter(byte)));
+            names.append(entry.address.substr(begin, entry.address.find('@', begin) - begin));
         }
     });
 }
@@ -233,39 +251,43 @@ void fold_tokens(const token_list& tokens, folded_token_list& folded) {
 
 void check_address_customization(const part& root, token_list& tokens, test_result_list& test_results) {
     struct occurrence {
-        std::size_t count = 0;
-        std::size_t last = 0; // in tokens
+        std::uint32_t count = 0;
+        std::uint32_t last = 0; // in tokens
     };
     constexpr std::size_t most_hits = 3;
 
-    std::vector<wstring> names; // in the order of the addresses
+    name_list names;
     append_names(root, "To", names);
     append_names(root, "CC", names);
-    if (names.empty()) return;
+    if (names.size() == 0) return;
 
     // Recipients and tokens may both be many: each token is looked up among the names, not each name among the tokens.
-    std::vector<wstring_view> sorted(names.begin(), names.end());
-    std::ranges::sort(sorted);
-    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    std::vector<std::uint32_t> sorted(names.size());
+    std::iota(sorted.begin(), sorted.end(), 0U);
+    const auto name_of = [&](std::uint32_t index) { return names[index]; };
+    std::ranges::sort(sorted, {}, name_of);
+    const auto repeated = std::ranges::unique(sorted, {}, name_of);
+    sorted.erase(repeated.begin(), repeated.end());
     std::vector<occurrence> occurrences(sorted.size());
     // Most tokens share length and first unit with no name, and are not searched for.
     const auto trait = [](wstring_view word) { return std::uint64_t{1} << (word.size() * 8 + word.front()) % 64; };
     std::uint64_t traits = 0;
-    for (const auto name : sorted)
-        traits |= trait(name);
+    for (const auto index : sorted)
+        traits |= trait(names[index]);
     const auto index_of = [&](wstring_view name) {
-        return static_cast<std::size_t>(std::ranges::lower_bound(sorted, name) - sorted.begin());
+        return static_cast<std::size_t>(std::ranges::lower_bound(sorted, name, {}, name_of) - sorted.begin());
     };
-    for (std::size_t i = 0; i < tokens.size(); ++i) {
+    for (std::uint32_t i = 0; i < tokens.size(); ++i) {
         if ((trait(tokens[i]) & traits) == 0) continue;
         const auto index = index_of(tokens[i]);
-        if (index == sorted.size() || sorted[index] != tokens[i]) continue;
+        if (index == sorted.size() || names[sorted[index]] != tokens[i]) continue;
         ++occurrences[index].count;
         occurrences[index].last = i;
     }
 
-    std::vector<std::size_t> hits;
-    for (const auto& name : names) {
+    std::vector<std::uint32_t> hits;
+    for (std::uint32_t i = 0; i < names.size(); ++i) {
+        const auto name = names[i];
         auto& found = occurrences[index_of(name)];
         if (found.count != 1) continue;
         found.count = 0; // its token is gone, so the same name does not hit again

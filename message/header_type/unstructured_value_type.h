@@ -2,6 +2,8 @@
 
 #include "message/header_type/generic_value_type.h"
 
+#include <utility>
+
 namespace tackle::internet::message2::header_type {
 
 // A field that is one text: Subject, Message-ID, Content-Transfer-Encoding. Blanks at its end are dropped.
@@ -17,6 +19,8 @@ public:
     [[nodiscard]] bool try_parse(string_view raw);
 
     [[nodiscard]] virtual const wstring& value() const { return value_; }
+    // The same for who needs it longer than this object, which has none then.
+    [[nodiscard]] wstring take_value() { return std::exchange(value_, {}); }
     // Writes the value in the code page into `out` and returns that. Throws unicode::generic if it does not fit; `out`
     // is then left alone.
     virtual string& value_in(string& out, std::uint32_t code_page) const;

@@ -36,6 +36,7 @@ struct outcome {
 outcome analyse(const std::string& message) {
     const part root{tackle::string_view(message)};
     signature_list signatures;
+    signatures.with_details = true;
     test_result_list test_results;
     trace_list trace;
     plugins::header_analysis::plugin().generate(root, signatures, test_results, trace);

@@ -1,6 +1,5 @@
 #include "analysis/analysis_engine.h"
 #include "view/logical_root.h"
-#include "view/parts_list.h"
 
 #include <gtest/gtest.h>
 
@@ -60,7 +59,7 @@ TEST(parts_list, names_and_marks_parts) {
                        "\n--b\nContent-Type: image/png\nContent-Disposition: inline; filename=\"=?utf-8?Q?=XX?=\"\n\n"
                        "\n--b\nContent-Type: multipart/x; boundary=c\n\n--c\n\n\n--c--\n");
     trace_list trace;
-    list_parts(message, &message, message.find_displayable(), trace);
+    trace.list_parts(message, &message, message.find_displayable());
     const struct {
         std::uint32_t indent;
         const char16_t* text;

@@ -75,8 +75,8 @@ public:
     session(const session&) = delete;
     session& operator=(const session&) = delete;
 
-    [[nodiscard]] std::vector<trace_line> read_trace() const {
-        std::vector<trace_line> lines;
+    template <typename line_writer>
+    void read_trace(const line_writer& write) const {
         std::basic_string<brmx_char> buffer(256, 0); // most lines fit at the first try
         for (std::uint32_t line = 0;; ++line) {
             std::uint32_t indent = 0;
@@ -86,8 +86,8 @@ public:
                 buffer.resize(length);
                 status = BRMX_Session_GetLastTrace(handle, line, &indent, buffer.data(), &length);
             }
-            if (status != status_ok) return lines;
-            lines.push_back({indent, from_interface(buffer.data(), length)});
+            if (status != status_ok) return;
+            write(indent, from_interface(buffer.data(), length));
         }
     }
 
@@ -145,13 +145,15 @@ scan_result engine::work_on(const std::string& message, const questions& asked) 
         result.status = tell(opened.handle, asked.timeout_ms, 0);
     }
     if (asked.statistics) result.statistics = opened.read_statistics();
-    if (asked.trace) result.trace = opened.read_trace();
+    const auto write = [&](std::uint32_t indent, const std::u16string& text) {
+        asked.trace(result.trace, indent, text);
+    };
+    if (asked.trace) opened.read_trace(write);
     if (!asked.languages) return result;
     result.languages = opened.read_languages();
     if (asked.trace) {
-        result.trace.push_back({0, {}});
-        for (auto& line : opened.read_trace())
-            result.trace.push_back(std::move(line)); // it has replaced the scan's
+        write(0, {});
+        opened.read_trace(write); // it has replaced the scan's
     }
     return result;
 }

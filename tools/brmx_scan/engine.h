@@ -3,17 +3,14 @@
 #include "include/brmx.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The library's exports in the shape this program wants them: owners for handles, values for buffers.
 namespace brmx_scan {
-
-struct trace_line {
-    std::uint32_t indent = 0;
-    std::u16string text;
-};
 
 struct language_share {
     std::uint32_t lcid = 0;
@@ -32,7 +29,9 @@ enum class action : std::uint8_t { scan, report, revoke };
 // What to do with a message, and what to ask about it.
 struct questions {
     action what = action::scan;
-    bool trace = false;
+    // Appends one line of the explanation to the text that is shown, as soon as it is read: the lines of a message of many
+    // parts are many times its size. Nothing if the explanation is not wanted.
+    std::function<void(std::string& out, std::uint32_t indent, std::u16string_view text)> trace;
     bool languages = false;
     bool statistics = false;
     // For the community's answer. Not 0 unless the user says so: a question would then be asked just once.
@@ -54,7 +53,7 @@ struct community_statistics {
 struct scan_result {
     engine_status status = status_ok;
     std::optional<int> probability;
-    std::vector<trace_line> trace; // of the scan, and behind it that of the languages
+    std::string trace; // of the scan, and behind it that of the languages, as questions::trace wrote them
     std::vector<language_share> languages;
     community_statistics statistics;
 };

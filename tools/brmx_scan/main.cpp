@@ -69,12 +69,17 @@ exit_status scan(const engine& running, const options& chosen) {
     progress shown(watched ? messages.total_bytes() : 0, watched);
     const auto plain = look_of(stream::output, chosen);
     auto asked = chosen.asked;
-    asked.trace = asked.trace || chosen.json;
+    if (chosen.json)
+        asked.trace = append_json_line;
+    else if (chosen.trace)
+        asked.trace = [&](std::string& out, std::uint32_t indent, std::u16string_view text) {
+            append_plain_line(out, indent, text, plain.color);
+        };
     asked.statistics = chosen.json;
     answers out(chosen.sort);
     summary sum;
     exit_status outcome = all_scanned;
-    scan_all(running, messages, chosen.jobs, asked, [&](const report& made) {
+    scan_all(running, messages, chosen.jobs, asked, [&](report& made) {
         shown.clear();
         const bool lacking = failed(made, asked);
         if (lacking) outcome = some_failed;

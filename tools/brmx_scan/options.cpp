@@ -91,7 +91,7 @@ struct flag {
     void (*set)(options&);
 };
 constexpr flag flags[] = {
-    {"--trace", [](options& o) { o.asked.trace = true; }},
+    {"--trace", [](options& o) { o.trace = true; }},
     {"--languages", [](options& o) { o.asked.languages = true; }},
     {"--json", [](options& o) { o.json = true; }},
     {"--sort", [](options& o) { o.sort = true; }},

@@ -15,6 +15,7 @@ struct options {
     std::vector<std::string> paths; // files and directories as given, "-" for standard input
     unsigned jobs = 1;              // threads that scan
     questions asked;
+    bool trace = false;
     bool json = false;
     when mbox = when::automatic; // which files hold more than one message
     when summary = when::automatic;

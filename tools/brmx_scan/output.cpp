@@ -225,18 +225,26 @@ std::string plain_report(const report& shown, const questions& asked, const look
     if (asked.languages) out += shown.result.languages.empty() ? " []" : "]";
     out += '\n';
     if (!asked.trace) return out;
-    for (const auto& line : shown.result.trace) {
-        const bool heading = chosen.color && line.indent == 0 && !line.text.empty();
-        if (!line.text.empty()) out.append(4 * (line.indent + 1), ' ');
-        if (heading) out += "\x1b[1m";
-        out += printable(line.text);
-        if (heading) out += "\x1b[m";
-        out += '\n';
-    }
-    return out + '\n';
+    return out + shown.result.trace + '\n';
 }
 
-std::string json_report(const report& shown, const questions& asked) {
+void append_plain_line(std::string& out, std::uint32_t indent, std::u16string_view text, bool color) {
+    const bool heading = color && indent == 0 && !text.empty();
+    if (!text.empty()) out.append(4 * (indent + 1), ' ');
+    if (heading) out += "\x1b[1m";
+    out += printable(text);
+    if (heading) out += "\x1b[m";
+    out += '\n';
+}
+
+void append_json_line(std::string& out, std::uint32_t indent, std::u16string_view text) {
+    if (!out.empty()) out += ", ";
+    out += '[' + std::to_string(indent) + ", ";
+    append_json(out, text);
+    out += ']';
+}
+
+std::string json_report(report& shown, const questions& asked) {
     std::string out = "{\"file\": ";
     append_json_bytes(out, shown.file);
     if (!shown.error.empty()) {
@@ -248,14 +256,7 @@ std::string json_report(const report& shown, const questions& asked) {
            ", \"status_name\": \"" + status_name(shown.result.status) + "\", \"probability\": ";
     out += shown.result.probability ? std::to_string(*shown.result.probability) : "null";
     out += ", \"trace\": [";
-    const char* separator = "";
-    for (const auto& line : shown.result.trace) {
-        out += separator;
-        out += '[' + std::to_string(line.indent) + ", ";
-        append_json(out, line.text);
-        out += ']';
-        separator = ", ";
-    }
+    out = std::move(shown.result.trace.insert(0, out)); // in place: it may be most of all memory
     out += ']';
     if (asked.languages) append_languages(out, shown.result.languages);
     if (asked.statistics) append_statistics(out, shown.result.statistics);

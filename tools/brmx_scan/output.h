@@ -40,7 +40,11 @@ struct look {
 
 // Complete lines, the last one's end included.
 [[nodiscard]] std::string plain_report(const report& shown, const questions& asked, const look& chosen);
-[[nodiscard]] std::string json_report(const report& shown, const questions& asked);
+// Takes the trace out of the report.
+[[nodiscard]] std::string json_report(report& shown, const questions& asked);
+// What questions::trace has to be for each of them.
+void append_plain_line(std::string& out, std::uint32_t indent, std::u16string_view text, bool color);
+void append_json_line(std::string& out, std::uint32_t indent, std::u16string_view text);
 [[nodiscard]] std::string plain_health(const community_health& health);
 [[nodiscard]] std::string json_health(const community_health& health);
 

@@ -90,10 +90,12 @@ private:
 } // namespace
 
 void scan_all(const engine& scanner, message_feed& messages, unsigned jobs, const questions& asked,
-              const std::function<void(const report&)>& show) {
+              const std::function<void(report&)>& show) {
     if (jobs == 1) {
-        for (source message; messages.next(message);)
-            show(scan_one(scanner, std::move(message), asked));
+        for (source message; messages.next(message);) {
+            report made = scan_one(scanner, std::move(message), asked);
+            show(made);
+        }
         return;
     }
     queue work(messages, std::size_t{4} * jobs);
@@ -114,7 +116,7 @@ void scan_all(const engine& scanner, message_feed& messages, unsigned jobs, cons
     } catch (const std::system_error&) { // fewer than asked for will do
         if (running.threads.empty()) throw;
     }
-    while (const auto made = work.get())
+    while (auto made = work.get())
         show(*made);
 }
 

@@ -13,6 +13,6 @@ namespace brmx_scan {
 // so that the number of threads cannot be seen in the output. Threads that run ahead of a slow message wait: what is
 // read or done and not yet shown stays within a few messages a thread.
 void scan_all(const engine& scanner, message_feed& messages, unsigned jobs, const questions& asked,
-              const std::function<void(const report&)>& show);
+              const std::function<void(report&)>& show);
 
 } // namespace brmx_scan

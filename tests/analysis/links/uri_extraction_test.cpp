@@ -69,7 +69,7 @@ TEST(scan_text_for_uris, finds_addresses) {
 }
 
 TEST(scan_text_for_uris, tells_where_a_value_comes_from) {
-    uri_list uris;
+    uri_list uris(true);
     scan_text_for_uris(u"(http://u@a.com:8/?x=%62.com)", uris);
     scan_spoken_uris({u"www", u"dot", u"c", u"com"}, uris);
     signature_list signatures;

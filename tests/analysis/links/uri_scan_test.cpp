@@ -83,7 +83,7 @@ string printable(const wstring& text) {
 
 void expect_literal(const std::vector<wstring>& candidates, bool strict_host) {
     literal_scan literal;
-    uri_list uris;
+    uri_list uris(true);
     string all;
     for (const auto& candidate : candidates) {
         literal.scan(candidate, strict_host, true);
@@ -179,7 +179,7 @@ const hidden_case hidden_cases[] = {
 TEST(scan_uri, finds_hidden_addresses) {
     for (const auto& c : hidden_cases) {
         SCOPED_TRACE(c.label);
-        uri_list uris;
+        uri_list uris(true);
         scan_uri(c.candidate, false, uris);
         signature_list signatures;
         uris.move_to(signatures);

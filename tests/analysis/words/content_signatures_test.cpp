@@ -40,6 +40,7 @@ records taken(const signature_list& signatures, tackle::wstring_view type) {
 
 records blocks_of(const wstring& text) {
     signature_list signatures;
+    signatures.with_details = true;
     trace_list trace;
     generate_block_signatures(folded_words(text), tackle::split_tokens(text, u" "), signatures, trace);
     return taken(signatures, u"tbd");
@@ -90,6 +91,7 @@ wstring words_of_lengths(const std::vector<int>& lengths) {
 
 records contours_of(const std::vector<int>& lengths) {
     signature_list signatures;
+    signatures.with_details = true;
     trace_list trace;
     generate_length_signatures(folded_words(words_of_lengths(lengths)), signatures, trace);
     return taken(signatures, u"tlc");
@@ -141,6 +143,7 @@ TEST(generate_length_signatures, follows_rise_and_fall) {
 
 records structures_of(const wstring& text) {
     signature_list signatures;
+    signatures.with_details = true;
     trace_list trace;
     generate_structure_signatures(folded_words(text), signatures, trace);
     return taken(signatures, u"tsd");
