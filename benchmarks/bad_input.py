@@ -87,6 +87,20 @@ def parts(piece, size):
     return after(b"Content-Type: multipart/mixed; boundary=a\n\n", repeated(b"--a\n" + piece, size))
 
 
+def html(size, piece, text=b""):
+    head = b"Content-Type: text/html\n\n" + text
+    return after(head, repeated(piece, size - len(head)))
+
+
+def two_bases(size):
+    """Addresses hidden in two bases, and in each relative link behind them."""
+    yield b"Content-Type: text/html\n\n"
+    for end in b"xy":
+        base = b"<base href='http:x%s%c'>" % (b"a.b.https:" * 20, end)
+        yield base
+        yield b"".join(b"<img src=%06x>" % number for number in range((size // 2 - len(base) - 25) // 16))
+
+
 def charset_names():
     families = [*(f"iso-8859-{n}" for n in range(1, 17)), *(f"windows-{n}" for n in range(1250, 1259)), "cp437", "x"]
     return [name.encode() for name in [*re.findall(r'\{"([^"]+)", ', CHARSET_TABLE.read_text()), *families]]
@@ -107,6 +121,9 @@ def charsets():
 
 UNREADABLE = b"=?shift_jis?B?gYL/?= <=?x?Q?=81?=>,"
 ESCAPED = b"Content-Transfer-Encoding: quoted-printable\n"
+PATHS = b"http:!%2:1f" * 5900
+# A base whose own base and links make it longer than all relative links that follow may be together.
+GROWING = b"<base href='http:<base href=b&gt;" + b"c" * 1800 + b">" + b"<a href=x>" * 85 + b"'><img src=y>"
 BEGINNING = b"begin  \n" + b" \n" * 200 + b"\n"
 TOO_DEEP = "message_too_deep"
 STRUCTURE = STRUCTURE_LIMIT
@@ -147,6 +164,9 @@ INPUTS = [
     ("a million parts without a byte", 4 * MB, lambda size: parts(b"", size), STRUCTURE),
     ("a million empty uuencoded files", 14 * MB,
      lambda size: after(b"A: b\n\n", repeated(b"begin 6 a\nend\n", size)), STRUCTURE),
+    ("256 KiB, paths in the place of hosts", SMALL, lambda size: html(size, b"<b>", PATHS)),
+    ("256 KiB of bases that grow", SMALL, lambda size: html(size, GROWING)),
+    ("256 KiB of links behind two bases", SMALL, two_bases),
     ("a million recipients of four bytes", 4 * MB, lambda size: after(b"To: ", repeated(b"a@b,", size)), STRUCTURE),
     ("five million recipients of two bytes", 10 * MB, lambda size: after(b"To: ", repeated(b"a,", size)), STRUCTURE),
 ]
@@ -227,7 +247,7 @@ def main():
             write(path, message(wanted_size))
             size = os.path.getsize(path)
             answer, seconds, peak = scan(path)
-            multiple = max(0, peak - nothing) / size if size >= MB else None
+            multiple = max(0, peak - nothing) / size if size > SMALL * 0.9 else None
             complaint = ""
             if answer != wanted:
                 complaint = f"should be {wanted}"

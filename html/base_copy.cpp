@@ -71,9 +71,7 @@ private:
 base_stand_in stand_in_for(wstring_view base) {
     tag_state state;
     for (std::size_t i = 0; i < base.size(); ++i) {
-        if (state.read(base[i])) continue;
-        const auto stays = base.substr(i + 1);
-        return {wstring(u"h>").append(stays), stays.size()};
+        if (!state.read(base[i])) return {u"h>", base.size() - i - 1};
     }
     return {state.shortest(), 0};
 }

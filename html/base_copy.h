@@ -6,10 +6,10 @@
 
 namespace tackle::html {
 
-// What may be written instead of a base URL behind the "<" of a link, so that the next conversion leaves the same.
+// What may be written instead of a base URL after the "<" of a link, so that the next conversion leaves the same.
 struct base_stand_in {
-    wstring text;
-    std::size_t stays; // so many units at its end are no part of the tag and stay as text
+    wstring head;      // instead of what the tag takes of the base
+    std::size_t stays; // so many units at the end of the base are no part of the tag and stay as text
 };
 
 // A link in an attribute value is written as "<", the base, the URL and "> ", and the next conversion reads that as a

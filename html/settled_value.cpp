@@ -56,11 +56,29 @@ bool is_at_rest(wstring_view value) {
 
 class value_settler::work {
 public:
+    // The limits are those of value_settler.
     wstring settle(wstring_view value, std::size_t& growth_left, std::size_t& copies_left) {
-        pool_.units.clear();
-        pool_.units.reserve(value.size() + 8);
         pool_.growth_left = growth_left;
         pool_.copies_left = copies_left;
+        run(value);
+        copies_left = pool_.copies_left;
+        if (pool_.overflow) {
+            pool_.growth_left = 0;
+            pool_.stop_at_limit = false;
+            run(value);
+            pool_.stop_at_limit = true;
+        } else {
+            growth_left = pool_.growth_left;
+        }
+        return frames_[0]->text();
+    }
+
+private:
+    void run(wstring_view value) {
+        pool_.overflow = false;
+        pool_.units.clear();
+        // With what links write. To grow would take both sizes at once; what is reserved and not used costs nothing.
+        pool_.units.reserve(2 * value.size() + 64);
         frames_.clear();
         frame_at(0).clear();
         for (const auto unit : value)
@@ -77,12 +95,8 @@ public:
             --depth;
             frames_[depth]->resume(frame);
         }
-        growth_left = pool_.growth_left;
-        copies_left = pool_.copies_left;
-        return frames_[0]->text();
     }
 
-private:
     value_frame& frame_at(std::size_t depth) {
         while (frames_.size() <= depth)
             frames_.push_back(std::make_unique<value_frame>(pool_));

@@ -32,7 +32,7 @@ public:
     ~value_settler();
 
     // How many units all values of this object together may have of the base URLs inside them, when the first link after
-    // each base is not counted. Beyond, such a base is left out.
+    // each base is not counted. A value that would go beyond has such bases in front of their first links alone.
     void limit_growth(std::size_t units);
     [[nodiscard]] wstring settle(wstring_view value);
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <compare>
+#include <numeric>
 #include <span>
 #include <tuple>
 
@@ -94,7 +95,11 @@ void text_set::enter(wstring_view text, std::uint32_t prefix, bool is_first) {
     is_sorted_ = false;
 }
 
-bool text_set::contains(wstring_view text) const { return std::ranges::binary_search(sorted(), text); }
+bool text_set::contains(wstring_view text) const {
+    const auto of = [this](std::uint32_t index) { return text_of(index); };
+    sort();
+    return std::ranges::binary_search(order_, text, {}, of);
+}
 
 struct text_set::different_entry {
     fingerprint mark;
@@ -132,84 +137,81 @@ std::vector<text_set::different_entry> text_set::different_entries() const {
     return entries;
 }
 
-// Applies the limit.
-void text_set::leave_out(std::vector<different_entry>& entries) const {
+// The entries that the limit leaves, prefix by prefix.
+text_set::index_list text_set::kept_entries() const {
+    index_list kept;
     std::size_t units = 0;
     bool full = false;
-    std::erase_if(entries, [&](const different_entry& one) {
+    for (const auto& one : different_entries()) {
         const bool has_prefix = entries_[one.index].prefix != no_prefix;
         const bool fits = one.length <= limit_ - units;
         full = full || (has_prefix && !fits);
-        if (full && has_prefix && !one.is_first) return true;
+        if (full && has_prefix && !one.is_first) continue;
         units = fits ? units + one.length : limit_;
-        return false;
-    });
+        kept.push_back(one.index);
+    }
+    std::ranges::sort(kept, {}, [this](std::uint32_t index) { return entries_[index].prefix; });
+    return kept;
 }
 
-struct text_set::joined_text {
-    wstring_view text;
-    std::uint32_t prefix;
-    std::uint32_t prefix_length;
-    [[nodiscard]] wstring_view rest() const { return text.substr(prefix_length); }
-};
+wstring_view text_set::text_of(std::uint32_t index) const {
+    const auto& one = entries_[index];
+    if (one.prefix == no_prefix) return rest_of(one);
+    return read_.assign(prefix_of(one)).append(rest_of(one));
+}
+
+bool text_set::is_less(std::uint32_t a, std::uint32_t b) const {
+    wstring_view left[] = {prefix_of(entries_[a]), rest_of(entries_[a])};
+    wstring_view right[] = {prefix_of(entries_[b]), rest_of(entries_[b])};
+    const bool left_is_short = left[0].size() < right[0].size();
+    auto& shorter = left_is_short ? left : right;
+    auto& longer = left_is_short ? right : left;
+    // Three stretches: the shorter prefix, what the longer one has behind that, and the rest of both.
+    const auto first = shorter[0].size();
+    const auto second = std::min(longer[0].size() - first, shorter[1].size());
+    auto result = shorter[0].compare(longer[0].substr(0, first));
+    if (result == 0) result = shorter[1].substr(0, second).compare(longer[0].substr(first));
+    if (result == 0) result = shorter[1].substr(second).compare(longer[1]);
+    return left_is_short ? result < 0 : result > 0;
+}
 
 // The texts of each prefix are sorted by what follows it, and then the prefixes merged: a sort of all the texts would
 // read a long prefix again in each of its comparisons.
-void text_set::join_prefixed() const {
-    auto entries = different_entries();
-    leave_out(entries);
-    std::ranges::sort(entries, {}, [this](const different_entry& one) { return entries_[one.index].prefix; });
-    std::size_t units = 0;
-    for (const auto& one : entries) {
-        if (entries_[one.index].prefix != no_prefix) units += one.length;
+void text_set::sort_prefixed() const {
+    order_ = kept_entries();
+    std::vector<index_list::iterator> runs; // where the texts of a prefix begin
+    for (auto at = order_.begin(); at != order_.end(); ++at) {
+        if (at == order_.begin() || entries_[*at].prefix != entries_[at[-1]].prefix) runs.push_back(at);
     }
-    joined_.clear();
-    joined_.reserve(units); // nothing moves from here on
-    std::vector<joined_text> texts;
-    texts.reserve(entries.size());
-    std::vector<std::size_t> runs; // where the texts of a prefix begin
-    for (const auto& different : entries) {
-        const auto& one = entries_[different.index];
-        if (texts.empty() || texts.back().prefix != one.prefix) runs.push_back(texts.size());
-        const auto prefix = prefix_of(one);
-        const auto start = joined_.size();
-        if (one.prefix != no_prefix) joined_.append(prefix).append(rest_of(one));
-        const auto text = one.prefix == no_prefix ? rest_of(one) : wstring_view(joined_).substr(start);
-        texts.push_back({text, one.prefix, static_cast<std::uint32_t>(prefix.size())});
-    }
-    runs.push_back(texts.size());
-    const auto at = [&texts](std::size_t index) { return texts.begin() + static_cast<std::ptrdiff_t>(index); };
+    runs.push_back(order_.end());
+    const auto rest = [this](std::uint32_t index) { return rest_of(entries_[index]); };
     for (std::size_t i = 0; i + 1 < runs.size(); ++i)
-        std::ranges::sort(at(runs[i]), at(runs[i + 1]), {}, &joined_text::rest);
+        std::ranges::sort(runs[i], runs[i + 1], {}, rest);
+    const auto less = [this](std::uint32_t a, std::uint32_t b) { return is_less(a, b); };
     while (runs.size() > 2) {
-        std::vector<std::size_t> merged;
-        for (std::size_t i = 0; i < runs.size(); i += 2) {
+        std::vector<index_list::iterator> merged;
+        for (std::size_t i = 0; i + 1 < runs.size(); i += 2) {
             merged.push_back(runs[i]);
-            if (i + 2 < runs.size())
-                std::ranges::inplace_merge(at(runs[i]), at(runs[i + 1]), at(runs[i + 2]), {}, &joined_text::text);
+            if (i + 2 < runs.size()) std::inplace_merge(runs[i], runs[i + 1], runs[i + 2], less);
         }
-        if (merged.back() != texts.size()) merged.push_back(texts.size());
+        merged.push_back(order_.end());
         runs = std::move(merged);
     }
-    sorted_.reserve(texts.size());
-    for (const auto& one : texts)
-        sorted_.push_back(one.text);
 }
 
-const std::vector<wstring_view>& text_set::sorted() const {
-    if (is_sorted_) return sorted_;
-    sorted_.clear();
+void text_set::sort() const {
+    if (is_sorted_) return;
     if (prefixes_.empty()) {
-        sorted_.reserve(entries_.size());
-        for (const auto& one : entries_)
-            sorted_.push_back(rest_of(one));
-        std::ranges::sort(sorted_);
-        sorted_.erase(std::unique(sorted_.begin(), sorted_.end()), sorted_.end());
+        order_.resize(entries_.size());
+        std::iota(order_.begin(), order_.end(), 0U);
+        const auto text = [this](std::uint32_t index) { return rest_of(entries_[index]); };
+        std::ranges::sort(order_, {}, text);
+        const auto same = [&](std::uint32_t a, std::uint32_t b) { return text(a) == text(b); };
+        order_.erase(std::unique(order_.begin(), order_.end(), same), order_.end());
     } else {
-        join_prefixed();
+        sort_prefixed();
     }
     is_sorted_ = true;
-    return sorted_;
 }
 
 } // namespace tackle::html

@@ -10,7 +10,7 @@ namespace tackle::html {
 
 // Texts as linked lists of units in one pool, for the rewriting of attribute values. A unit that leaves a list stays in
 // the pool as a dead one, and a unit may move from one list to another. Places are indexes, good for the life of the
-// pool. Each list has a place before its first and one behind its last unit.
+// pool. Each list has a place before its first and one behind its last unit. A stretch is a long text at one place.
 class unit_list {
 public:
     using place = std::uint32_t;
@@ -19,7 +19,7 @@ public:
         place previous;
         place next;
         // For a unit that is dead or may stand in an entity's name: some place to the left with only such units
-        // between. For an "&": the last unit of its name that has been looked at.
+        // between. For an "&": the last unit of its name that has been looked at. For a stretch: its index.
         place jump;
         char16_t unit;
         bool dead : 1;
@@ -28,12 +28,16 @@ public:
         bool is_hexadecimal : 1;
         bool has_wide_unit : 1; // above U+00FF
         bool has_bad_digit : 1;
+        bool is_stretch : 1;      // the unit is 0 then
         std::uint8_t name_length; // not counted beyond 255
     };
 
     unit_list() : classes_(unit_classes()) {}
 
-    void clear() { nodes_.clear(); }
+    void clear() {
+        nodes_.clear();
+        stretches_.clear();
+    }
     void reserve(std::size_t units) { nodes_.reserve(units); }
 
     struct ends {
@@ -66,6 +70,19 @@ public:
         link(made, p);
         return made;
     }
+    // Text that conversions only pass over: no "&" and no "<" in it, and units that stand by themselves on both sides.
+    // Whoever has to read it replaces it by units first. The index is good for any number of places.
+    [[nodiscard]] place add_stretch(wstring_view text) {
+        stretches_.emplace_back(text);
+        return static_cast<place>(stretches_.size() - 1);
+    }
+    void insert_stretch(place index, place p) {
+        auto& made = nodes_[insert(u'\0', p)];
+        made.is_stretch = true;
+        made.jump = index;
+    }
+    [[nodiscard]] bool is_stretch(place p) const { return nodes_[p].is_stretch && !nodes_[p].dead; }
+    [[nodiscard]] wstring_view stretch(place p) const { return stretches_[nodes_[p].jump]; }
     // Takes the units from `first` to `last` out of their list and puts them before `p`. What has been found out about
     // entities in them stays good if no name runs across either end of the stretch, before and after.
     void move(place first, place last, place p) {
@@ -114,7 +131,7 @@ private:
 
     place make(char16_t unit) {
         const auto made = static_cast<place>(nodes_.size());
-        nodes_.push_back({made, made, made, unit, false, false, false, false, false, false, 0});
+        nodes_.push_back({made, made, made, unit, false, false, false, false, false, false, false, 0});
         return made;
     }
     void link(place p, place before) {
@@ -138,6 +155,7 @@ private:
     }
 
     std::vector<node> nodes_;
+    std::vector<wstring> stretches_;
     const std::uint8_t* classes_;
 };
 

@@ -18,9 +18,38 @@ void value_frame::append(char16_t unit) {
 
 wstring value_frame::text() const {
     wstring result;
-    for (auto p = units_.next(list_.head); p != list_.tail; p = units_.next(p))
-        result += units_.unit(p);
+    for (auto p = units_.next(list_.head); p != list_.tail; p = units_.next(p)) {
+        if (units_.is_stretch(p))
+            result += units_.stretch(p);
+        else
+            result += units_.unit(p);
+    }
     return result;
+}
+
+// Replaces a stretch by its units. Returns the first of them.
+value_frame::place value_frame::open_stretch(place p) {
+    const auto text = units_.stretch(p);
+    const auto behind = units_.erase(p);
+    if (text.size() > pool_.copies_left) {
+        pool_.overflow = true;
+        return behind;
+    }
+    pool_.copies_left -= text.size();
+    auto first = behind;
+    for (std::size_t i = text.size(); i-- > 0;)
+        first = units_.insert(text[i], first);
+    return first;
+}
+
+// So that the scheme of a URL can be read.
+void value_frame::open_front() {
+    constexpr int longest_scheme = 7;
+    auto p = units_.next(list_.head);
+    for (int i = 0; i < longest_scheme && p != list_.tail; ++i) {
+        if (units_.is_stretch(p)) p = open_stretch(p);
+        if (p != list_.tail) p = units_.next(p);
+    }
 }
 
 // A new conversion, with a new converter.
@@ -31,8 +60,9 @@ void value_frame::start_pass() {
     in_body_ = true;
     dropping_ = false;
     last_was_space_ = true;
-    base_.clear();
     base_is_new_ = false;
+    base_first_ = base_last_ = list_.tail;
+    base_.clear();
 }
 
 // Finds where the next conversion could change what this one has left: at new units, at blanks that have come together,
@@ -81,7 +111,7 @@ bool value_frame::run(value_frame& inner) {
             read_unit();
         } else {
             end_pass();
-            if (listed_.empty()) return true;
+            if (listed_.empty() || pool_.stopped()) return true;
             start_pass();
         }
     }
@@ -91,6 +121,10 @@ bool value_frame::run(value_frame& inner) {
 bool value_frame::find_next() {
     if (filtered()) {
         // Everything goes but what entities stand for, so each unit has to be read.
+        while (units_.is_stretch(at_)) {
+            drop();
+            touch(at_);
+        }
         return !at_end();
     }
     while (at_ != list_.head && last_was_space_ && at_white()) {
@@ -158,8 +192,12 @@ void value_frame::read_entity() {
 
 // Goes on where it stopped the last time: names only grow at their end.
 void value_frame::look_at_name(place ampersand) {
-    auto& entity = units_.at(ampersand);
-    for (auto p = units_.next(entity.jump); units_.in_name(p); p = units_.next(p)) {
+    const auto next = [this](place p) {
+        p = units_.next(p);
+        return units_.is_stretch(p) ? open_stretch(p) : p;
+    };
+    for (auto p = next(units_.at(ampersand).jump); units_.in_name(p); p = next(p)) {
+        auto& entity = units_.at(ampersand); // opening a stretch moves the pool
         const auto unit = units_.unit(p);
         if (entity.name_length == 0 && unit == u'#') {
             entity.is_number = true;

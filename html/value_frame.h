@@ -6,6 +6,7 @@
 #include "html/settled_value.h"
 #include "html/unit_list.h"
 
+#include <optional>
 #include <vector>
 
 namespace tackle::html {
@@ -15,7 +16,10 @@ struct value_pool {
     unit_list units;
     std::size_t growth_left = 0; // of what bases may add to the values
     std::size_t copies_left = 0; // of the units that may be written of bases, although they may not stay
+    bool stop_at_limit = true;   // else a base beyond it counts as empty
+    bool overflow = false;       // the limit has been met
     wstring scratch;
+    [[nodiscard]] bool stopped() const { return overflow && stop_at_limit; }
 };
 
 // One value on its way to rest: the list of its units, and the conversion that is under way. A conversion is a pass
@@ -43,11 +47,17 @@ public:
 
 private:
     enum class reading { text, tag, inner_value };
+    // A stretch of the pool, and what part it is of what stays of the base.
+    struct base_stretch {
+        place index;
+        std::size_t start;
+        std::size_t end;
+    };
 
     // The first pass looks at all places where a conversion could change anything.
     void look_at_taken(place p, bool behind_white) {
         auto& taken = units_.at(p);
-        if (taken.listed) taken.listed = false; // for another frame it was
+        if (taken.listed) taken.listed = false; // the mark was set by the frame that the unit came from
         if (taken.unit == u'<' || taken.unit == u'&' || (behind_white && units_.is_white(p))) list_place(p);
     }
     void start_pass();
@@ -58,7 +68,16 @@ private:
     void write(char16_t unit);
 
     [[nodiscard]] bool filtered() const { return dropping_ || !in_body_; }
-    [[nodiscard]] bool at_end() const { return at_ == list_.tail; }
+    // Where units are read one by one there must be no stretch.
+    void open_here() {
+        if (units_.is_stretch(at_)) at_ = open_stretch(at_);
+    }
+    [[nodiscard]] bool at_end() {
+        open_here();
+        return at_ == list_.tail;
+    }
+    place open_stretch(place p);
+    void open_front();
     [[nodiscard]] bool at_white() const { return units_.is_white(at_); }
     [[nodiscard]] bool at_quote() const { return units_.unit(at_) == u'"' || units_.unit(at_) == u'\''; }
     [[nodiscard]] bool find_next();
@@ -74,13 +93,16 @@ private:
     [[nodiscard]] bool read_attribute(value_frame& inner);
     [[nodiscard]] bool read_value(bool wanted, value_frame& inner);
     void skip_quoted_name();
-    [[nodiscard]] bool ends_value(char16_t quote) const;
+    [[nodiscard]] bool ends_value(char16_t quote);
     void skip_value(char16_t quote);
     void take_value(char16_t quote, value_frame& inner);
     void take(place first, place behind, place dropped);
     [[nodiscard]] bool starts_with(wstring_view prefix) const;
     void set_base(value_frame& inner, bool absolute);
     void write_base();
+    void read_base();
+    void keep_stretch(wstring_view stays);
+    void write_units(wstring_view text);
     void move_units(ends from);
 
     value_pool& pool_;
@@ -98,10 +120,14 @@ private:
     bool in_body_ = true;
     bool dropping_ = false;
     bool last_was_space_ = true;
-    wstring base_;
-    ends base_units_;        // the same, until the first link takes them
-    base_stand_in stand_in_; // for the base, if one was needed
-    bool base_is_new_ = false;
+
+    ends base_units_;          // the base, until the first link takes its units
+    bool base_is_new_ = false; // no link has
+    place base_first_ = 0;     // where these units are then, until the end of the pass
+    place base_last_ = 0;
+    wstring base_;                     // as text, and the rest as well: made by the second link
+    base_stand_in stand_in_;           // for the base
+    std::optional<base_stretch> kept_; // in what stays of it
 };
 
 } // namespace tackle::html

@@ -95,7 +95,7 @@ bool value_frame::read_value(bool wanted, value_frame& inner) {
     return !wanted;
 }
 
-bool value_frame::ends_value(char16_t quote) const {
+bool value_frame::ends_value(char16_t quote) {
     if (at_end()) return true;
     const auto unit = units_.unit(at_);
     return quote != 0 ? unit == quote : unit == u'>' || at_white();
@@ -110,6 +110,7 @@ void value_frame::skip_value(char16_t quote) {
 
 void value_frame::take_value(char16_t quote, value_frame& inner) {
     inner.clear();
+    open_here();
     auto before = dropped_;
     auto first = at_;
     bool behind_white = true;
@@ -117,6 +118,7 @@ void value_frame::take_value(char16_t quote, value_frame& inner) {
         if (quote != 0 && units_.unit(at_) == u'\\') {
             const bool in_front = at_ == first;
             drop();
+            open_here();
             if (in_front) {
                 before = dropped_;
                 first = at_;
@@ -146,6 +148,7 @@ void value_frame::resume(value_frame& inner) {
     auto& source = inner.list_;
     while (units_.next(source.head) != source.tail && units_.is_white(units_.next(source.head)))
         units_.erase(units_.next(source.head));
+    inner.open_front();
     for (auto p = units_.next(source.head); p != source.tail; p = units_.next(p))
         units_.at(p).unit = lower_letter(units_.unit(p));
     if (inner.starts_with(u"cid:") || inner.starts_with(u"mid:")) return;
@@ -164,18 +167,15 @@ void value_frame::resume(value_frame& inner) {
 }
 
 void value_frame::set_base(value_frame& inner, bool absolute) {
-    constexpr wstring_view scheme = u"http://";
-    base_ = absolute ? wstring_view() : scheme;
-    base_ += inner.text();
-    base_is_new_ = true;
-    stand_in_ = {};
     units_.empty_list(base_units_);
     if (!absolute) {
-        for (const auto unit : scheme)
+        for (const auto unit : wstring_view(u"http://"))
             units_.insert(unit, base_units_.tail);
     }
     const auto first = units_.next(inner.list_.head);
     if (first != inner.list_.tail) units_.move(first, units_.previous(inner.list_.tail), base_units_.tail);
+    base_is_new_ = true;
+    base_.clear();
 }
 
 // The first link has the units of the base itself, so that nothing grows. A later one has a copy; when too many have
@@ -184,19 +184,68 @@ void value_frame::set_base(value_frame& inner, bool absolute) {
 void value_frame::write_base() {
     if (base_is_new_) {
         base_is_new_ = false;
+        const auto before = units_.previous(at_);
         move_units(base_units_);
+        base_first_ = units_.next(before);
+        base_last_ = units_.previous(at_);
         return;
     }
+    if (base_.empty()) read_base();
     if (base_.empty()) return;
-    if (stand_in_.text.empty()) stand_in_ = stand_in_for(base_);
-    if (stand_in_.stays > pool_.growth_left) return;
+    if (stand_in_.stays > pool_.growth_left) {
+        pool_.overflow = true;
+        return;
+    }
     pool_.growth_left -= stand_in_.stays;
-    const bool whole = base_.size() <= pool_.copies_left;
-    if (whole) pool_.copies_left -= base_.size();
-    for (const auto unit : whole ? base_ : stand_in_.text) {
+    const auto gone = base_.size() - stand_in_.stays;
+    const bool whole = gone <= pool_.copies_left;
+    if (whole) pool_.copies_left -= gone;
+    const wstring_view base = base_;
+    write_units(whole ? base.substr(0, gone) : stand_in_.head);
+    const auto stays = base.substr(gone);
+    if (!kept_) {
+        write_units(stays);
+        return;
+    }
+    write_units(stays.substr(0, kept_->start));
+    units_.insert_stretch(kept_->index, at_);
+    write_units(stays.substr(kept_->end));
+}
+
+void value_frame::write_units(wstring_view text) {
+    for (const auto unit : text) {
         const auto written = units_.insert(unit, at_);
         if (unit == u'&') touch(written);
     }
+}
+
+// From where the first link has it: this pass does not come back there.
+void value_frame::read_base() {
+    if (base_first_ == list_.tail) return; // no base
+    for (auto p = base_first_;; p = units_.next(p)) {
+        if (units_.is_stretch(p))
+            base_ += units_.stretch(p);
+        else
+            base_ += units_.unit(p);
+        if (p == base_last_) break;
+    }
+    stand_in_ = stand_in_for(base_);
+    kept_.reset();
+    keep_stretch(wstring_view(base_).substr(base_.size() - stand_in_.stays));
+}
+
+// Blanks at its ends could meet others when their neighbours go, so they are left to units.
+void value_frame::keep_stretch(wstring_view stays) {
+    constexpr std::size_t shortest_stretch = 16; // below, units cost no more
+    if (stays.size() < shortest_stretch || stays.find(u'&') != wstring_view::npos) return;
+    const auto is_white = [](char16_t unit) { return (unit_classes()[unit] & white_unit) != 0; };
+    std::size_t start = 1;
+    auto end = stays.size() - 1;
+    while (start < end && is_white(stays[start]))
+        ++start;
+    while (start < end && is_white(stays[end - 1]))
+        --end;
+    if (start < end) kept_ = {units_.add_stretch(stays.substr(start, end - start)), start, end};
 }
 
 // Into the output.
