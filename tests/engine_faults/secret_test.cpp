@@ -69,17 +69,22 @@ void give_secret(std::uint32_t handle, const std::string& masked) {
 
 TEST_F(community, forgets_a_secret_with_its_session) {
     serve();
+    const auto use = [&](const std::string& masked, const std::string& searched) {
+        const auto handle = open_session(client::small_message);
+        give_secret(handle, masked);
+        EXPECT_TRUE(is_in_memory(searched));
+        std::int32_t number = 0;
+        EXPECT_EQ(BRMX_Spam_GetProbability(handle, client::generous_ms, &number), community_invalid_credentials);
+        give_secret(handle, "8" + masked); // replaced by a longer one
+        EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok);
+    };
+    use("warm up", "warm up"); // the loader puts registers on the stack when it looks a function up for its first call
     for (const auto& c : secret_cases) {
         SCOPED_TRACE(c.label);
-        const auto handle = open_session(client::small_message);
-        give_secret(handle, c.masked);
-        EXPECT_TRUE(is_in_memory(c.masked));
-        std::int32_t probability = 0;
-        EXPECT_EQ(BRMX_Spam_GetProbability(handle, client::generous_ms, &probability), community_invalid_credentials);
-        EXPECT_EQ(BRMX_Spam_CommunityReport(handle), community_invalid_credentials);
-        give_secret(handle, "8" + c.masked); // replaced by a longer one
-        EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok);
-        EXPECT_FALSE(is_in_memory(c.masked));
+        const auto end =
+            c.masked.substr(c.masked.size() - 7); // the allocator writes over the beginning of what is freed
+        use(c.masked, end);
+        EXPECT_FALSE(is_in_memory(end));
     }
 }
 
