@@ -5,6 +5,7 @@ import pathlib
 import re
 import sys
 
+BELOW_SERVER = {"community", "analysis", "view", "findings", "message", "foundation", "platform", "deployment"}
 # What each folder may include besides itself: folders, rooms of one, or single headers. A room that is listed of its own
 # is held to less than its folder. The public headers are all that programs around the library see.
 ALLOWED = {
@@ -24,13 +25,21 @@ ALLOWED = {
     "engine": {"include", "language", "community", "analysis", "view", "findings", "message", "html", "network", "foundation",
                "platform", "deployment"},
     "tools": {"include"},
+    "server/judgement": {"community/wire"},
+    "server/knowledge": {"server/judgement", "community/wire"},
+    "server/store": {"server/knowledge", "server/judgement", "community/wire", "platform"},
+    "server/handler": {"server/store", "server/knowledge", "server/judgement"} | BELOW_SERVER,
+    "server/listen": {"server/handler"} | BELOW_SERVER,
+    "server/daemon": {"server/listen", "server/handler", "server/store", "server/knowledge"} | BELOW_SERVER,
+    "server/admin": {"server/daemon", "server/handler", "server/store", "server/knowledge"} | BELOW_SERVER,
+    "server/communityd": {"server/admin", "server/daemon", "server/listen"},
 }
 # A header of the system in one of these places would tie the folder to one target; the TLS socket is written twice.
 SYSTEM_HEADER = re.compile(
     r"^(windows|winsock2|ws2tcpip|wincrypt|wchar|unistd|pthread|dlfcn|sched|netdb|poll|fcntl|sys/|netinet/|arpa/|unicode/|openssl/)"
 )
 TARGET_TEST = re.compile(r"^\s*#\s*(if|ifdef|ifndef|elif)\b.*\b(_WIN32|_WIN64|WIN32|__linux__|__unix__|__MINGW)")
-MAY_TEST_TARGET = ("platform/", "include/brmx.h", "network/tls", "tools/brmx_scan/host_")
+MAY_TEST_TARGET = ("platform/", "include/brmx.h", "network/tls", "tools/brmx_scan/host_", "server/")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 

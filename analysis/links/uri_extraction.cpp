@@ -160,17 +160,17 @@ bool is_free_zone(wstring_view value) {
            std::ranges::none_of(ordinary, [value](wstring_view zone) { return value.starts_with(zone); });
 }
 
-bool is_bulk(wstring_view value) {
+} // namespace
+
+bool is_bulk_uri(wstring_view value) {
     return is_free_zone(value) ||
            std::ranges::any_of(deployment::bulk_hosts, [value](wstring_view host) { return value.starts_with(host); });
 }
 
-} // namespace
-
 void check_bulk_uris(const signature_list& signatures, test_result_list& test_results) {
     bool found = false;
     for (const auto& record : signatures) {
-        if (record.type != u"tru" || (record.matched && !record.ignored) || !is_bulk(record.value)) continue;
+        if (record.type != u"tru" || (record.matched && !record.ignored) || !is_bulk_uri(record.value)) continue;
         add(test_results, u"Part.Text.Unknown_Bulk_URI", found ? 0.0F : 40.0F, u"Unknown bulk URI: " + record.value);
         found = true;
     }

@@ -31,6 +31,9 @@ void scan_spoken_uris(const token_list& tokens, uri_list& uris);
 // Takes out the addresses at the domain of the first recipient. A To field that can't be read takes out none.
 void drop_recipient_domain(const tackle::internet::message2::part& root, uri_list& uris);
 
+// Whether a link's value is at a host where anybody can put a page, or in a country's zone open to anybody.
+[[nodiscard]] bool is_bulk_uri(tackle::wstring_view value);
+
 // Finds addresses at hosts where anybody can put a page, unless the community has spoken about them: the first of them
 // counts. For the signatures as the community has completed them.
 void check_bulk_uris(const signature_list& signatures, test_result_list& test_results);

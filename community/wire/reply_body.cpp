@@ -64,4 +64,14 @@ bool read_status(packet& reply, server_status& status) {
     return true;
 }
 
+void write_unknown(packet& reply) { reply.write_number(0); }
+
+void write_known(packet& reply, const known_entry& entry) {
+    const std::uint64_t flags = (entry.ignored ? ignored_flag : 0) | (entry.whitelisted ? whitelisted_flag : 0) |
+                                (entry.blacklisted ? blacklisted_flag : 0);
+    for (const auto number :
+         {entry.length, entry.identity, entry.age, flags, entry.reports, entry.revokes, entry.touches})
+        reply.write_number(number);
+}
+
 } // namespace brimwarden::analysis::community

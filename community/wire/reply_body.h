@@ -27,4 +27,20 @@ struct server_status {
 // Bytes after them are ignored.
 [[nodiscard]] bool read_status(packet& reply, server_status& status);
 
+// The server's side. What is known of one signature of a query; the client's record says what the numbers mean.
+struct known_entry {
+    std::uint64_t length = 0; // of the beginning that is known, as client_length counts; not 0
+    std::uint64_t identity = 0;
+    std::uint64_t age = 0;
+    bool ignored = false;
+    bool whitelisted = false;
+    bool blacklisted = false;
+    std::uint64_t reports = 0;
+    std::uint64_t revokes = 0;
+    std::uint64_t touches = 0;
+};
+
+void write_unknown(packet& reply);
+void write_known(packet& reply, const known_entry& entry);
+
 } // namespace brimwarden::analysis::community

@@ -6,9 +6,7 @@
 // The payloads of the requests, written behind what stands in the packet's body.
 namespace brimwarden::analysis::community {
 
-// The count of the signatures, and each as its code and its value. Throws generic for a type without a code,
-// tackle::unicode::unmappable_character, tackle::coding::translate::invalid_codeword or an exception of
-// tackle::internet::address for a value that its type cannot have. Asks no name service.
+// The count of the signatures, and each as its code and its value. Throws as to_wire.
 void write_query(packet& out, const signature_list& signatures);
 
 // The score, cut to a whole number, and the identities of the signatures that the community knows.

@@ -57,4 +57,44 @@ void open_response(packet& response, const string& key) {
     apply_cipher(key, response.body);
 }
 
+std::optional<sealed_body> take_apart(packet& request) {
+    sealed_body sealed;
+    request.read_position = 0;
+    if (!request.read_number(sealed.mode) || !request.read_number(sealed.id)) return std::nullopt;
+    constexpr std::size_t digest_size = tackle::coding::md5::digest_size;
+    const string_view rest = string_view(request.body).substr(request.read_position);
+    if (rest.size() < digest_size) return std::nullopt;
+    sealed.digest = rest.substr(0, digest_size);
+    sealed.payload = rest.substr(digest_size);
+    return sealed;
+}
+
+namespace {
+
+tackle::coding::md5 begin_digest(const packet& request, string_view secret) {
+    tackle::coding::md5 digest;
+    digest.update(string_view(request.nonce.data(), request.nonce.size()));
+    digest.update(secret);
+    return digest;
+}
+
+} // namespace
+
+bool proves(const packet& request, const sealed_body& sealed, string_view secret) {
+    auto digest = begin_digest(request, secret);
+    digest.update(sealed.payload);
+    char expected[tackle::coding::md5::digest_size];
+    digest.finish(expected);
+    unsigned difference = 0;
+    for (std::size_t i = 0; i < sizeof expected; ++i)
+        difference |= static_cast<unsigned char>(expected[i] ^ sealed.digest[i]);
+    return difference == 0;
+}
+
+string open_payload(const packet& request, const sealed_body& sealed, string_view secret) {
+    string payload(sealed.payload);
+    if (request.encrypted) apply_cipher(begin_digest(request, secret).finish(), payload);
+    return payload;
+}
+
 } // namespace brimwarden::analysis::community

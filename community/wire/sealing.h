@@ -3,6 +3,9 @@
 #include "community/wire/credentials.h"
 #include "community/wire/packet.h"
 
+#include <cstdint>
+#include <optional>
+
 namespace brimwarden::analysis::community {
 
 // Turns the payload in the body of a request into a sealed body: mode and id as numbers, 16 bytes of digest, the
@@ -15,5 +18,20 @@ namespace brimwarden::analysis::community {
 // Deciphers the body of a response in place, if it is enciphered; that takes the key of the request and the same key
 // stream again. Throws protocol_error for an enciphered answer to a request without a key.
 void open_response(packet& response, const string& key);
+
+// The server's side: a sealed body taken apart.
+struct sealed_body {
+    std::uint64_t mode = 0;
+    std::uint64_t id = 0;
+    string_view digest;
+    string_view payload; // enciphered, if the packet says so. Both views lie in the packet's body
+};
+
+// nullopt if the body of the request is too short for mode, id and digest.
+[[nodiscard]] std::optional<sealed_body> take_apart(packet& request);
+// Whether the sender knew the secret, which is in UTF-8. Takes the same time wherever two digests differ.
+[[nodiscard]] bool proves(const packet& request, const sealed_body& sealed, string_view secret);
+// The payload as it was before it was enciphered with the key of this secret.
+[[nodiscard]] string open_payload(const packet& request, const sealed_body& sealed, string_view secret);
 
 } // namespace brimwarden::analysis::community

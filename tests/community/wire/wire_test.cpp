@@ -105,7 +105,9 @@ TEST(wire, the_payload_of_a_query_has_each_type_in_its_form) {
 template <typename expected>
 void expect_refused(const char16_t* type, const char16_t* value) {
     packet out;
-    EXPECT_THROW(write_query(out, {signature_record(type, value)}), expected);
+    signature_list list;
+    list.emplace_back(type, value);
+    EXPECT_THROW(write_query(out, list), expected);
 }
 
 TEST(wire, a_query_refuses_values_that_their_type_cannot_have) {

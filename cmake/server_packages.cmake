@@ -1,0 +1,12 @@
+# Whether this machine can build the community server: BRMX_SERVER_POSSIBLE. The library needs none of this.
+set(BRMX_SERVER_POSSIBLE OFF)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT BRMX_FUZZ)
+    find_package(SQLite3 QUIET)
+    find_package(CLI11 QUIET)
+    find_package(nlohmann_json QUIET)
+    find_package(tomlplusplus QUIET)
+    find_path(BRMX_ASIO asio.hpp)
+    if(SQLite3_FOUND AND CLI11_FOUND AND nlohmann_json_FOUND AND tomlplusplus_FOUND AND BRMX_ASIO)
+        set(BRMX_SERVER_POSSIBLE ON)
+    endif()
+endif()
