@@ -7,14 +7,14 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <initializer_list>
 #include <memory>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
@@ -34,6 +34,15 @@ std::unique_ptr<brmx_char[]> exactly(const text& content) {
     auto block = std::make_unique<brmx_char[]>(content.size());
     std::ranges::copy(content, block.get());
     return block;
+}
+
+// The name of a file in memory, of which nothing is left however the process ends.
+text message_file() {
+    constexpr std::string_view message = "Subject: x\n\nbody\n";
+    const int file = memfd_create("message", MFD_CLOEXEC);
+    EXPECT(file >= 0 && write(file, message.data(), message.size()) == static_cast<ssize_t>(message.size()));
+    const std::string name = "/proc/self/fd/" + std::to_string(file);
+    return {name.begin(), name.end()};
 }
 
 bool among(engine_status status, std::initializer_list<engine_status> allowed) {
@@ -112,11 +121,8 @@ private:
         enter(status, handle);
     }
     void create_from_file() {
-        static const auto path =
-            std::filesystem::temp_directory_path() / ("brmx_fuzz_" + std::to_string(getpid()) + ".eml");
-        static const bool written = (std::ofstream(path) << "Subject: x\n\nbody\n").good();
-        EXPECT(written);
-        const text names[] = {path.u16string(), text(u"/nowhere/") + some_text(), u"", u"/", u"/dev/null"};
+        static const text path = message_file();
+        const text names[] = {path, text(u"/nowhere/") + some_text(), u"", u"/", u"/dev/null"};
         const auto choice = input_.byte();
         const auto& name = names[choice % std::size(names)];
         const auto block = exactly(name);

@@ -1,7 +1,7 @@
 // Loads any bytes, renders the tree, and loads that again: the same tree where the model promises it, and some tree in
 // any case.
 #include "fuzz/support/expect.h"
-#include "tests/message/round_trip.h"
+#include "fuzz/support/round_trip.h"
 
 #include <cstdint>
 

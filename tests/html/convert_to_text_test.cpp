@@ -7,47 +7,44 @@
 namespace tackle::html {
 namespace {
 
-struct text_case {
-    const char* label;
-    bool in_body;
-    wstring_view html;
-    wstring_view text;
-};
-
-const text_case text_cases[] = {
-    {"only the body", false, u"<html>x<body class=y>a b</body>c", u"a b"},
-    {"no body, none wanted", true, u"hello", u"hello"},
-    {"no body", false, u"hello", u""},
-    {"a second body", false, u"<body>a</body>b<BODY>c", u"ac"},
-    {"left out", false, u"<body>a<style>x</style>b<title>t</title>c<meta >d", u"abc"},
-    {"only up to the next tag", true, u"<style>x<!-- y -->z", u"z"},
-    {"a script is text", false, u"<body><script>var a;</script>", u"var a;"},
-    {"p and br break the line", true, u"a<p>b<BR>c", u"a\r\nb\r\nc"},
-    {"nothing else does", true, u"a<div>b<br/>c</p>d<br />e", u"abcd\r\ne"},
-    {"the first of the white space stays", true, u"a\n \t b  c", u"a\nb c"},
-    {"none in front", true, u" \r\n a", u"a"},
-    {"none behind a line break", true, u"a <br> b", u"a \r\nb"},
-    {"collapsed across tags", true, u"a <b> b", u"a b"},
-    {"an entity does not count", true, u"a &amp; b", u"a &b"},
-    {"nor is it collapsed", true, u"a &#32;&nbsp; b", u"a  \u00a0b"},
-    {"nor filtered", true, u"<title>a&lt;b</title>c", u"<c"},
-    {"hexadecimal", true, u"&#x41;", u"A"},
-    {"bad hexadecimal", true, u"&#xZZ;&#xZZ ", u"&#xZZ "},
-    {"not before the body", false, u"&#x41;&amp;<body>&amp;", u"&"},
-    {"a zero", true, u"a&#0;b", wstring_view(u"a\0b", 3)},
-    {"notin", true, u"&notin;", u"\u221a"},
-    {"digits of another script", true, u"a &#\u0663;  b", u"a &#\u0663; b"},
-    {"these in front of the body", false, u"&#\u0663;<body>b", u"b"},
-    {"link target", true, u"<a href='HTTP://X.Example/Y'>z</a>", u"<http://x.example/y> z"},
-    {"blanks around it collapse", true, u"a <a href=http:b> c", u"a <http:b> c"},
-    {"an empty target", true, u"a<a href=''>b", u"a <> b"},
-    {"two in one tag", true, u"<a href=http:1 HREF=http:2>", u"<http:1> <http:2> "},
-    {"an image writes none", true, u"a<img src=b>c", u"ac"},
-    {"outside the body", false, u"<a href='http:a'>z</a><body>b", u"b"},
-};
-
 TEST(convert_to_text, gives_what_a_reader_sees) {
-    for (const auto& c : text_cases) {
+    const struct {
+        const char* label;
+        bool in_body;
+        wstring_view html;
+        wstring_view text;
+    } cases[] = {
+        {"only the body", false, u"<html>x<body class=y>a b</body>c", u"a b"},
+        {"no body is needed", true, u"hello", u"hello"},
+        {"no body where one is needed", false, u"hello", u""},
+        {"a second body", false, u"<body>a</body>b<BODY>c", u"ac"},
+        {"style, title and meta are left out", false, u"<body>a<style>x</style>b<title>t</title>c<meta >d", u"abc"},
+        {"a style is left out up to the next tag", true, u"<style>x<!-- y -->z", u"z"},
+        {"a script is text", false, u"<body><script>var a;</script>", u"var a;"},
+        {"p and br break the line", true, u"a<p>b<BR>c", u"a\r\nb\r\nc"},
+        {"div and /p do not break it, nor br/", true, u"a<div>b<br/>c</p>d<br />e", u"abcd\r\ne"},
+        {"the first of the white space stays", true, u"a\n \t b  c", u"a\nb c"},
+        {"no white space in front", true, u" \r\n a", u"a"},
+        {"no white space after a line break", true, u"a <br> b", u"a \r\nb"},
+        {"white space collapses across tags", true, u"a <b> b", u"a b"},
+        {"white space collapses across an entity", true, u"a &amp; b", u"a &b"},
+        {"an entity that is white space is not collapsed", true, u"a &#32;&nbsp; b", u"a  \u00a0b"},
+        {"an entity in a title is not left out", true, u"<title>a&lt;b</title>c", u"<c"},
+        {"hexadecimal entity", true, u"&#x41;", u"A"},
+        {"hexadecimal entity without digits", true, u"&#xZZ;&#xZZ ", u"&#xZZ "},
+        {"no entities before the body", false, u"&#x41;&amp;<body>&amp;", u"&"},
+        {"an entity for zero", true, u"a&#0;b", wstring_view(u"a\0b", 3)},
+        {"entity notin", true, u"&notin;", u"\u221a"},
+        {"entity with digits of another script", true, u"a &#\u0663;  b", u"a &#\u0663; b"},
+        {"entity with such digits before the body", false, u"&#\u0663;<body>b", u"b"},
+        {"link target", true, u"<a href='HTTP://X.Example/Y'>z</a>", u"<http://x.example/y> z"},
+        {"blanks around a link target collapse", true, u"a <a href=http:b> c", u"a <http:b> c"},
+        {"an empty link target", true, u"a<a href=''>b", u"a <> b"},
+        {"two link targets in one tag", true, u"<a href=http:1 HREF=http:2>", u"<http:1> <http:2> "},
+        {"an image has no link target", true, u"a<img src=b>c", u"ac"},
+        {"no link target outside the body", false, u"<a href='http:a'>z</a><body>b", u"b"},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         convert_to_text converter(c.in_body);
         parse(c.html, converter);
@@ -62,32 +59,31 @@ std::vector<wstring> texts(const text_set& set) {
     return result;
 }
 
-struct link_case {
-    const char* label;
-    wstring_view html;
-    std::vector<wstring> links;
-};
-
-const link_case link_cases[] = {
-    {"in order, each once", u"<a href=http:b><img src=http:A><a href=http:b>", {u"http:a", u"http:b"}},
-    {"base in front", u"<base href='x.example/'><a href='a'>", {u"http://x.example/a"}},
-    {"nothing between", u"<base href='https://x'><img src='a.gif'>", {u"https://xa.gif"}},
-    {"not in front of an address", u"<base href=b><a href=HTTPS:c><a href='mailto:d'>", {u"https:c", u"mailto:d"}},
-    {"no base", u"<a href=/x>", {u"/x"}},
-    {"references into the mail", u"<a href='cid:abc'><img src=' MID:d'>", {}},
-    {"no base either", u"<base href=b><base href=cid:c><a href=d>", {u"http://bd"}},
-    {"base from an address", u"<base href=mailto:b><a href=c>", {u"mailto:bc"}},
-    {"other attributes", u"<a src=1><img href=2><base src=3><area href=4><a name=5>", {}},
-    {"blanks", u"<a href=' \n http:a  b '>", {u"http:a b "}},
-    {"encoded once more than once", u"<a href=a&amp;amp;b=1>", {u"a&b=1"}},
-    {"a name at the end vanishes", u"<a href=a?b&c>", {u"a?b"}},
-    {"tags in it", u"<a href='a<b>c'>", {u"ac"}},
-    {"a link in it leaves a blank", u"<a href='a<a href=b>c'>", {u"a c"}},
-    {"two bases give one text", u"<base href=http:a><img src=bc><base href=http:ab><img src=c>", {u"http:abc"}},
-};
-
 TEST(convert_to_text, collects_links) {
-    for (const auto& c : link_cases) {
+    const struct {
+        const char* label;
+        wstring_view html;
+        std::vector<wstring> links;
+    } cases[] = {
+        {"in order, each once", u"<a href=http:b><img src=http:A><a href=http:b>", {u"http:a", u"http:b"}},
+        {"a base goes in front", u"<base href='x.example/'><a href='a'>", {u"http://x.example/a"}},
+        {"nothing between base and link", u"<base href='https://x'><img src='a.gif'>", {u"https://xa.gif"}},
+        {"a base does not go in front of an address",
+         u"<base href=b><a href=HTTPS:c><a href='mailto:d'>",
+         {u"https:c", u"mailto:d"}},
+        {"no base", u"<a href=/x>", {u"/x"}},
+        {"references into the mail", u"<a href='cid:abc'><img src=' MID:d'>", {}},
+        {"a reference into the mail is no base", u"<base href=b><base href=cid:c><a href=d>", {u"http://bd"}},
+        {"base from an address", u"<base href=mailto:b><a href=c>", {u"mailto:bc"}},
+        {"other attributes", u"<a src=1><img href=2><base src=3><area href=4><a name=5>", {}},
+        {"blanks in front are lost, others collapse", u"<a href=' \n http:a  b '>", {u"http:a b "}},
+        {"an entity encoded twice", u"<a href=a&amp;amp;b=1>", {u"a&b=1"}},
+        {"an unknown entity at the end vanishes", u"<a href=a?b&c>", {u"a?b"}},
+        {"a tag in a link vanishes", u"<a href='a<b>c'>", {u"ac"}},
+        {"a link in a link leaves a blank", u"<a href='a<a href=b>c'>", {u"a c"}},
+        {"two bases give one text", u"<base href=http:a><img src=bc><base href=http:ab><img src=c>", {u"http:abc"}},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         convert_to_text converter(false);
         parse(c.html, converter);

@@ -21,43 +21,32 @@ texts all(const list& pairs) {
     return out;
 }
 
-struct text_case {
-    const char* label;
-    string_view raw;
-    wstring_view expected;
-    string_view charset_after = "iso-8859-1";
-};
-const text_case text_cases[] = {
-    {"nothing", "", u""},
-    {"blanks alone", "   ", u""},
-    {"inner blanks stay, those at the end go", " a  b  ", u" a  b"},
-    {"8-bit text in the default charset", "caf\xE9", u"caf\u00E9"},
-    {"Q, underscore and hexadecimal", "=?utf-8?Q?a_=C3=A9=5F?=", u"a \u00E9_", "utf-8"},
-    {"q", "=?UTF-8?q?a?=", u"a", "UTF-8"},
-    {"B", "=?utf-8?B?w6k=?=", u"\u00E9", "utf-8"},
-    {"b, damaged", "=?utf-8?b?w*6k?=", u"\u00E9", "utf-8"},
-    {"the blank between two words goes", "=?utf-8?Q?a?= =?utf-8?Q?b?=", u"ab", "utf-8"},
-    {"many blanks between two words go", "=?utf-8?Q?a?=    =?utf-8?Q?b?= c", u"ab c", "utf-8"},
-    {"empty words are words too", "=?utf-8?Q?\?= =?utf-8?Q?\?= =?utf-8?Q?b?=", u"b", "utf-8"},
-    {"blanks next to plain text stay", "=?utf-8?Q?a?=  b   =?utf-8?Q?c?=", u"a  b   c", "utf-8"},
-    {"text stuck to a word", "x\xE9=?utf-8?Q?=C3=A9?=\xE9y", u"x\u00E9\u00E9\u00E9y", "utf-8"},
-    {"an unknown encoding leaves its charset", "=?utf-8?X?\xC3\xA9?= \xC3\xA9", u"=?utf-8?X?\u00E9?= \u00E9", "utf-8"},
-    {"an encoding of two letters", "=?utf-8?QQ?a?=", u"=?utf-8?QQ?a?=", "utf-8"},
-    {"charset lasts for plain text behind", "=?koi8-r?Q?=C1?= \xC1", u"\u0430 \u0430", "koi8-r"},
-    {"an unknown charset gives the bytes", "=?nobody?Q?=C1?=", u"\u00C1", "nobody"},
-    {"no charset gives the bytes", "=??Q?=C1?=", u"\u00C1", ""},
-    {"a question mark too many", "=?utf-8?Q?a?b?=", u"=?utf-8?Q?a?b?="},
-    {"one too few", "=?utf-8?Qa?=", u"=?utf-8?Qa?="},
-    {"two words in one piece", "=?utf-8?Q?a?==?utf-8?Q?b?=", u"=?utf-8?Q?a?==?utf-8?Q?b?="},
-    {"opened only", "=?utf-8?Q?a", u"=?utf-8?Q?a"},
-    {"closed only", "utf-8?Q?a?=", u"utf-8?Q?a?="},
-    {"closed before it opens", "?=a?b?c?=?", u"?=a?b?c?=?"},
-    {"one question mark for both ends", "=?=", u"=?="},
-    {"a blank inside ends the word", "=?utf-8?Q?a b?=", u"=?utf-8?Q?a b?="},
-};
-
 TEST(unstructured_value, decodes_encoded_words) {
-    for (const text_case& c : text_cases) {
+    const struct {
+        const char* label;
+        string_view raw;
+        wstring_view expected;
+        string_view charset_after = "iso-8859-1";
+    } cases[] = {
+        {"inner blanks stay, those at the end go", " a  b  ", u" a  b"},
+        {"8-bit text in the default charset", "caf\xE9", u"caf\u00E9"},
+        {"Q, underscore and hexadecimal", "=?utf-8?Q?a_=C3=A9=5F?=", u"a \u00E9_", "utf-8"},
+        {"b, damaged", "=?utf-8?b?w*6k?=", u"\u00E9", "utf-8"},
+        {"the blank between two words goes", "=?utf-8?Q?a?= =?utf-8?Q?b?=", u"ab", "utf-8"},
+        {"empty words are words too", "=?utf-8?Q?\?= =?utf-8?Q?\?= =?utf-8?Q?b?=", u"b", "utf-8"},
+        {"blanks next to plain text stay", "=?utf-8?Q?a?=  b   =?utf-8?Q?c?=", u"a  b   c", "utf-8"},
+        {"text stuck to a word", "x\xE9=?utf-8?Q?=C3=A9?=\xE9y", u"x\u00E9\u00E9\u00E9y", "utf-8"},
+        {"an unknown encoding leaves its charset", "=?utf-8?X?\xC3\xA9?= \xC3\xA9", u"=?utf-8?X?\u00E9?= \u00E9",
+         "utf-8"},
+        {"charset lasts for the plain text after it", "=?koi8-r?Q?=C1?= \xC1", u"\u0430 \u0430", "koi8-r"},
+        {"no charset gives the bytes", "=??Q?=C1?=", u"\u00C1", ""},
+        {"a question mark too many", "=?utf-8?Q?a?b?=", u"=?utf-8?Q?a?b?="},
+        {"two words in one piece", "=?utf-8?Q?a?==?utf-8?Q?b?=", u"=?utf-8?Q?a?==?utf-8?Q?b?="},
+        {"closed before it opens", "?=a?b?c?=?", u"?=a?b?c?=?"},
+        {"one question mark for both ends", "=?=", u"=?="},
+        {"a blank inside ends the word", "=?utf-8?Q?a b?=", u"=?utf-8?Q?a b?="},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         unstructured_value_type value;
         value.parse(c.raw);
@@ -89,30 +78,19 @@ TEST(unstructured_value, raises_what_it_cannot_read) {
     EXPECT_EQ(value.value_in(out, 65001), "\xE2\x82\xAC");
 }
 
-TEST(unstructured_value, keeps_the_charset_of_one_parse_for_the_next) {
-    unstructured_value_type value;
-    value.parse("=?utf-8?Q?a?=");
-    value.parse("\xC3\xA9");
-    EXPECT_EQ(value.value(), u"\u00E9");
-}
-
-struct render_case {
-    const char* label;
-    string_view charset;
-    wstring_view value;
-    string_view expected;
-};
-const render_case render_cases[] = {
-    {"nothing", "utf-8", u"", ""},
-    {"ASCII stays as it is", "utf-8", u"a b?=", "a b?="},
-    {"B is shorter", "utf-8", u"\u00E9\u00E9", "=?utf-8?B?w6nDqQ==?="},
-    {"Q is shorter", "iso-8859-1", u"abcd e\u00E9", "=?iso-8859-1?Q?abcd_e=E9?="},
-    {"Q at equal length", "iso-8859-1", u"a\u00E9", "=?iso-8859-1?Q?a=E9?="},
-    {"no charset writes units as bytes", "", u"abc\u00E9", "=??Q?abc=E9?="},
-};
-
 TEST(unstructured_value, renders_the_shorter_encoded_word) {
-    for (const render_case& c : render_cases) {
+    const struct {
+        const char* label;
+        string_view charset;
+        wstring_view value;
+        string_view expected;
+    } cases[] = {
+        {"B is shorter", "utf-8", u"\u00E9\u00E9", "=?utf-8?B?w6nDqQ==?="},
+        {"Q is shorter", "iso-8859-1", u"abcd e\u00E9", "=?iso-8859-1?Q?abcd_e=E9?="},
+        {"Q at equal length", "iso-8859-1", u"a\u00E9", "=?iso-8859-1?Q?a=E9?="},
+        {"no charset writes units as bytes", "", u"abc\u00E9", "=??Q?abc=E9?="},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         unstructured_value_type value(c.charset);
         value.set_value(c.value);
@@ -123,36 +101,28 @@ TEST(unstructured_value, renders_the_shorter_encoded_word) {
     EXPECT_THROW(static_cast<void>(latin.render()), unicode::unmappable_character);
 }
 
-struct parameter_case {
-    const char* label;
-    string_view raw;
-    wstring_view value;
-    texts parameters;
-};
-const parameter_case parameter_cases[] = {
-    {"nothing", "", u"", {}},
-    {"a separator alone", ";", u"", {}},
-    {"semicolon and comma", "text/plain; charset=a, name=b", u"text/plain", {{"charset", u"a"}, {"name", u"b"}}},
-    {"the blank behind the value stays", "text/plain ; a=b ", u"text/plain ", {{"a", u"b"}}},
-    {"quotes of the value stay, those of a parameter go", R"("x";n="a;b.txt")", u"\"x\"", {{"n", u"a;b.txt"}}},
-    {"no equals sign", "x; a", u"x", {{"a", u""}}},
-    {"an equals sign and nothing behind", "x; a=", u"x", {{"a", u""}}},
-    {"two equals signs", "x; a=b=c; d=e", u"x", {{"d", u"e"}}},
-    {"an equals sign quoted", "x; a=\"b=c\"", u"x", {{"a", u"b=c"}}},
-    {"no name", "x; =b", u"x", {{"", u"b"}}},
-    {"empty ones", "x;;;a=b;", u"x", {{"a", u"b"}}},
-    {"extended and continued names", "x; f*=a''b; g*0=c", u"x", {{"f*", u"a''b"}, {"g*0", u"c"}}},
-    {"the blank behind a name stays", "x; a =b", u"x", {{"a ", u"b"}}},
-    {"encoded words", "x; n==?utf-8?Q?=C3=A9?=", u"x", {}},
-    {"encoded words in quotes",
-     "x; n=\"=?utf-8?Q?=C3=A9;?=\"; m=\xC3\xA9",
-     u"x",
-     {{"n", u"\u00E9;"}, {"m", u"\u00E9"}}},
-    {"no value", "=b; c=d", u"=b", {{"c", u"d"}}},
-};
-
 TEST(parametized_value, reads_value_and_parameters) {
-    for (const parameter_case& c : parameter_cases) {
+    const struct {
+        const char* label;
+        string_view raw;
+        wstring_view value;
+        texts parameters;
+    } cases[] = {
+        {"semicolon and comma", "text/plain; charset=a, name=b", u"text/plain", {{"charset", u"a"}, {"name", u"b"}}},
+        {"the blank after the value stays", "text/plain ; a=b ", u"text/plain ", {{"a", u"b"}}},
+        {"quotes of the value stay, those of a parameter go", R"("x";n="a;b.txt")", u"\"x\"", {{"n", u"a;b.txt"}}},
+        {"an equals sign and nothing after it", "x; a=", u"x", {{"a", u""}}},
+        {"two equals signs", "x; a=b=c; d=e", u"x", {{"d", u"e"}}},
+        {"an equals sign quoted", "x; a=\"b=c\"", u"x", {{"a", u"b=c"}}},
+        {"a parameter without name", "x; =b", u"x", {{"", u"b"}}},
+        {"the blank after a name stays", "x; a =b", u"x", {{"a ", u"b"}}},
+        {"encoded words in quotes",
+         "x; n=\"=?utf-8?Q?=C3=A9;?=\"; m=\xC3\xA9",
+         u"x",
+         {{"n", u"\u00E9;"}, {"m", u"\u00E9"}}},
+        {"parameters without a value", "=b; c=d", u"=b", {{"c", u"d"}}},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         parametized_value_type value;
         value.parse(c.raw);
@@ -186,30 +156,28 @@ TEST(parametized_value, edits_the_first_of_a_name) {
     EXPECT_EQ(narrow, "\xC3\xA9");
 }
 
-struct address_case {
-    const char* label;
-    string_view raw;
-    texts expected; // address, display name
-};
-const address_case address_cases[] = {
-    {"nothing", "", {}},
-    {"with and without name", "a b <x>, y", {{"x", u"a b "}, {"y", u""}}},
-    {"a semicolon", "x;y", {{"x", u""}, {"y", u""}}},
-    {"blanks behind an address go", "x  , <y  >", {{"x", u""}, {"y", u""}}},
-    {"brackets alone", "<>", {{"", u""}}},
-    {"text behind the bracket", "a <x> b, y", {{"y", u""}}},
-    {"two addresses in one entry", "<x><y>, z", {{"z", u""}}},
-    {"an open bracket", "a <x", {{"x", u"a "}}},
-    {"a quoted name with a comma and a bracket", R"("a, <b>" <x>)", {{"x", u"a, <b> "}}},
-    {"an encoded name", "=?utf-8?Q?a=C3=A9,?= <x>", {{"x", u"a\u00E9, "}}},
-    {"an address that the charset of its name makes no bytes",
-     "=?cp1251?Q?n?= <\xC0>, m <x>",
-     {{"\xC0", u""}, {"x", u"m "}}},
-    {"a bad name, the bytes of its address as iso-8859-1", "\x81\xFF <x\xE9>, \xE9", {{"x\xE9", u""}, {"\xE9", u""}}},
-};
-
 TEST(addresses_value, reads_names_and_addresses) {
-    for (const address_case& c : address_cases) {
+    const struct {
+        const char* label;
+        string_view raw;
+        texts expected; // address, display name
+    } cases[] = {
+        {"with and without name", "a b <x>, y", {{"x", u"a b "}, {"y", u""}}},
+        {"a semicolon", "x;y", {{"x", u""}, {"y", u""}}},
+        {"blanks after an address go", "x  , <y  >", {{"x", u""}, {"y", u""}}},
+        {"text after the bracket", "a <x> b, y", {{"y", u""}}},
+        {"two addresses in one entry", "<x><y>, z", {{"z", u""}}},
+        {"an open bracket", "a <x", {{"x", u"a "}}},
+        {"a quoted name with a comma and a bracket", R"("a, <b>" <x>)", {{"x", u"a, <b> "}}},
+        {"an encoded name", "=?utf-8?Q?a=C3=A9,?= <x>", {{"x", u"a\u00E9, "}}},
+        {"an address that the charset of its name makes no bytes",
+         "=?cp1251?Q?n?= <\xC0>, m <x>",
+         {{"\xC0", u""}, {"x", u"m "}}},
+        {"a bad name, the bytes of its address as iso-8859-1",
+         "\x81\xFF <x\xE9>, \xE9",
+         {{"x\xE9", u""}, {"\xE9", u""}}},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         addresses_value_type value(string_view(c.label).starts_with("a bad name") ? "shift_jis" : "iso-8859-1");
         value.parse(c.raw);

@@ -2,7 +2,7 @@
 
 #include "foundation/text/line_buffer.h"
 #include "foundation/text/unicode.h"
-#include "tests/message/round_trip.h"
+#include "fuzz/support/round_trip.h"
 
 #include <gtest/gtest.h>
 

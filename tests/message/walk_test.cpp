@@ -11,14 +11,11 @@ string multipart(const string& type, const string& boundary, std::initializer_li
     string out = "content-type: " + type + "; boundary=" + boundary + "\n\n";
     for (const string& child : children) {
         out += "--" + boundary + "\n";
-        if (child.ends_with("!")) {
-            out += "content-disposition: attachment\ncontent-type: " + child.substr(0, child.size() - 1) + "\n\n";
-        } else if (child.ends_with("?")) {
-            out += "content-disposition: attachment; filename==?x?Q?=ZZ?=\ncontent-type: " +
-                   child.substr(0, child.size() - 1) + "\n\n";
-        } else {
-            out += child.starts_with("content-type") ? child : "content-type: " + child + "\n\n";
-        }
+        const string plain = child.substr(0, child.find_last_not_of("!?") + 1);
+        if (plain != child) out += "content-disposition: attachment";
+        if (child.ends_with("?")) out += "; filename==?x?Q?=ZZ?=";
+        if (plain != child) out += "\n";
+        out += child.starts_with("content-type") ? child : "content-type: " + plain + "\n\n";
     }
     return out + "--" + boundary + "--\n";
 }
@@ -43,65 +40,62 @@ TEST(find_parts, lists_breadth_first) {
     EXPECT_TRUE(inside.empty());
 }
 
-struct displayable_case {
-    const char* label;
-    string message;
-    const char* expected; // the type that is shown, or null
-};
-const displayable_case displayable_cases[] = {
-    {"a text alone", "\nx", "text/plain"},
-    {"something else alone", "content-type: application/pdf\n\nx", nullptr},
-    {"HTML behind plain text", multipart("multipart/x", "a", {"text/plain", "text/html"}), "text/html"},
-    {"HTML before plain text", multipart("multipart/x", "a", {"text/html", "text/plain"}), "text/html"},
-    {"attached HTML", multipart("multipart/x", "a", {"text/html!", "text/plain"}), "text/plain"},
-    {"attached HTML and attached text", multipart("multipart/x", "a", {"text/plain!", "text/html!"}), "text/html"},
-    {"attached text", multipart("multipart/x", "a", {"text/plain!"}), "text/plain"},
-    {"HTML behind attached HTML", multipart("multipart/x", "a", {"text/html!", "text/html-2"}), "text/html-2"},
-    {"attached HTML with an unreadable name", multipart("multipart/x", "a", {"text/html?", "text/html-2"}),
-     "text/html-2"},
-    {"deeper HTML before nearer text",
-     multipart("multipart/x", "a", {"text/plain", multipart("multipart/y", "b", {"text/html"})}), "text/html"},
-    {"the first multipart below a root that is none",
-     multipart("x/y", "a",
-               {multipart("multipart/y", "b", {"a/b"}), multipart("multipart/y", "b", {"text/plain-2"}), "text/html"}),
-     "text/plain-2"},
-    {"the root at last", multipart("x/y", "a", {multipart("multipart/y", "b", {"a/b"}), "text/html"}), "text/html"},
-    {"not in an attached message",
-     multipart("multipart/x", "a", {"content-type: message/rfc822\n\ncontent-type: text/html\n\n", "text/plain!"}),
-     "text/plain"},
-    {"not in the message that the root is", "content-type: message/rfc822\n\ncontent-type: text/html\n\n", nullptr},
-};
-
 TEST(find_displayable, prefers_html_that_is_no_attachment) {
-    for (const displayable_case& c : displayable_cases) {
-        SCOPED_TRACE(c.label);
+    const struct {
+        const char* label;
+        string message;
+        const char* expected; // the type that is shown
+    } cases[] = {
+        {"a text alone", "\nx", "text/plain"},
+        {"something else alone", "content-type: application/pdf\n\nx", "none"},
+        {"HTML after plain text", multipart("multipart/x", "a", {"text/plain", "text/html"}), "text/html"},
+        {"HTML before plain text", multipart("multipart/x", "a", {"text/html", "text/plain"}), "text/html"},
+        {"attached HTML", multipart("multipart/x", "a", {"text/html!", "text/plain"}), "text/plain"},
+        {"attached HTML and attached text", multipart("multipart/x", "a", {"text/plain!", "text/html!"}), "text/html"},
+        {"attached text", multipart("multipart/x", "a", {"text/plain!"}), "text/plain"},
+        {"HTML after attached HTML", multipart("multipart/x", "a", {"text/html!", "text/html-2"}), "text/html-2"},
+        {"attached HTML with an unreadable name", multipart("multipart/x", "a", {"text/html?", "text/html-2"}),
+         "text/html-2"},
+        {"deeper HTML before nearer text",
+         multipart("multipart/x", "a", {"text/plain", multipart("multipart/y", "b", {"text/html"})}), "text/html"},
+        {"the first multipart below a root that is no multipart",
+         multipart(
+             "x/y", "a",
+             {multipart("multipart/y", "b", {"a/b"}), multipart("multipart/y", "b", {"text/plain-2"}), "text/html"}),
+         "text/plain-2"},
+        {"the root at last", multipart("x/y", "a", {multipart("multipart/y", "b", {"a/b"}), "text/html"}), "text/html"},
+        {"not in an attached message",
+         multipart("multipart/x", "a", {"content-type: message/rfc822\n\ncontent-type: text/html\n\n", "text/plain!"}),
+         "text/plain"},
+        {"not in the message that the root is", "content-type: message/rfc822\n\ncontent-type: text/html\n\n", "none"},
+    };
+    for (const auto& c : cases) {
         const part root(c.message);
         const part* const shown = root.find_displayable();
-        const string type = shown != nullptr ? shown->content_type() : "none";
-        EXPECT_EQ(type, c.expected != nullptr ? c.expected : "none");
+        EXPECT_EQ(shown != nullptr ? shown->content_type() : "none", c.expected) << c.label;
     }
 }
 
-struct attachment_case {
-    const char* label;
-    string_view message;
-    bool is_attachment;
-    wstring_view filename;
-};
-const attachment_case attachment_cases[] = {
-    {"no field says anything", "\n", false, u""},
-    {"a name in the type", "content-type: a/b; name=x", false, u"x"},
-    {"an attached message", "content-type: Message/RFC822\n\n", true, u""},
-    {"an inline one", "content-type: message/rfc822\ncontent-disposition: inline\n\n", false, u""},
-    {"an attachment", "content-disposition: ATTACHMENT; filename=y\ncontent-type: a/b; name=x", true, u"y"},
-    {"no filename leaves the name", "content-disposition: attachment\ncontent-type: a/b; name=x", true, u"x"},
-    {"a blank behind the disposition", "content-disposition: attachment ; filename=y", false, u"y"},
-    {"an eml file has become a message", "content-type: application/octet-stream; name=x.eml\n\n", true, u"x.eml"},
-    {"the first name of two fields", "content-type: a/b; name=x\ncontent-type: message/rfc822; name=z\n\n", true, u"x"},
-};
-
 TEST(attachment_info, is_read_from_type_and_disposition) {
-    for (const attachment_case& c : attachment_cases) {
+    const struct {
+        const char* label;
+        string_view message;
+        bool is_attachment;
+        wstring_view filename;
+    } cases[] = {
+        {"no field says anything", "\n", false, u""},
+        {"a name in the type", "content-type: a/b; name=x", false, u"x"},
+        {"an attached message", "content-type: Message/RFC822\n\n", true, u""},
+        {"an inline attached message", "content-type: message/rfc822\ncontent-disposition: inline\n\n", false, u""},
+        {"an attachment", "content-disposition: ATTACHMENT; filename=y\ncontent-type: a/b; name=x", true, u"y"},
+        {"an attachment without filename has the name of the type",
+         "content-disposition: attachment\ncontent-type: a/b; name=x", true, u"x"},
+        {"a blank after the disposition", "content-disposition: attachment ; filename=y", false, u"y"},
+        {"an eml file has become a message", "content-type: application/octet-stream; name=x.eml\n\n", true, u"x.eml"},
+        {"the first name of two fields", "content-type: a/b; name=x\ncontent-type: message/rfc822; name=z\n\n", true,
+         u"x"},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         const part node(c.message);
         EXPECT_EQ(node.attachment_info().is_attachment, c.is_attachment);
