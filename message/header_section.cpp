@@ -75,10 +75,9 @@ private:
 } // namespace
 
 void read_header_section(string_view section, std::size_t fields, header_list& headers) {
-    // Room for the fields, the first line, which is one even if it begins with a blank, and one more. A few short texts
-    // need no room of their own, and values make up most of a section.
-    const std::size_t quarter = section.size() < 64 ? 0 : section.size() / 4;
-    headers.reserve(headers.size() + fields + 2, quarter, quarter * 3);
+    // Room for the fields, the first line, which is one even if it begins with a blank, and for the Content-Type that a
+    // section without one gets.
+    headers.reserve(headers.size() + fields + 2, section.size() + string_view("Content-Type").size());
     section_reader reader(headers);
     for (std::size_t at = 0; at < section.size();) {
         std::size_t text = at;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "message/header_field.h"
+#include "message/header_list.h"
 
 namespace tackle::internet::message2 {
 

@@ -6,6 +6,8 @@
 #include "message/tree_loader.h"
 #include "platform/file.h"
 
+#include <algorithm>
+
 namespace tackle::internet::message2 {
 namespace {
 
@@ -69,11 +71,18 @@ part::part(std::list<string>::const_iterator lines_begin, std::list<string>::con
     number_from(1);
 }
 
-part::part(const part& other)
-    : headers_(other.headers_), content_(other.content_), boundary_(other.boundary_), number_(other.number_) {
-    children_.reserve(other.children_.size());
-    for (const auto& child : other.children_)
-        children_.push_back(std::make_unique<part>(*child));
+part::part(const part& other) : headers_(other.headers_), number_(other.number_), headers_from_(other.headers_from_) {
+    if (!other.body_) return;
+    body().data = other.body_->data;
+    body().file_name = other.body_->file_name;
+    set_content_type(other.content_type());
+    if (!other.body_->rest) return;
+    rest().charset = other.charset();
+    rest().boundary = other.boundary();
+    rest().text = other.body_->rest->text;
+    rest().children.reserve(other.children().size());
+    for (const auto& child : other.children())
+        rest().children.push_back(std::make_unique<part>(*child));
 }
 
 // The copy is complete before anything of this part goes, so that a part can take over one of its own children.
@@ -84,13 +93,53 @@ part& part::operator=(const part& other) {
 
 std::uint32_t part::number_from(std::uint32_t first) noexcept {
     number_ = first++;
-    for (const auto& child : children_)
+    for (const auto& child : children())
         first = child->number_from(first);
     return first;
 }
 
+part::part_body& part::body() {
+    if (!body_) body_ = std::make_unique<part_body>();
+    return *body_;
+}
+
+part::body_rest& part::rest() {
+    auto& filled = body().rest;
+    if (!filled) filled = std::make_unique<body_rest>();
+    return *filled;
+}
+
+void part::set_content_type(string_view type) {
+    if (type == content_type()) return;
+    auto copy = std::make_unique_for_overwrite<char[]>(type.size());
+    std::ranges::copy(type, copy.get());
+    body().type = {copy.get(), type.size()};
+    body().own_type = std::move(copy);
+}
+
+void part::make_headers() const {
+    header_list made;
+    if (headers_from_ == header_origin::empty_type) {
+        made.add("Content-Type", {});
+    } else {
+        made = part().headers_;
+        made.add("Content-Disposition", disposition_of_file());
+        // After the one that a new part has, which stays in force.
+        made.add("Content-Transfer-Encoding", "base64");
+    }
+    headers_ = std::move(made);
+    headers_from_ = header_origin::list;
+}
+
+const header_list& part::headers() const {
+    if (headers_from_ != header_origin::list) make_headers();
+    return headers_;
+}
+
 std::optional<string_view> part::find_header(string_view name) const {
-    const std::size_t found = find_named(headers_, name);
+    if (headers_from_ == header_origin::empty_type)
+        return iequals(name, "Content-Type") ? std::optional(string_view()) : std::nullopt;
+    const std::size_t found = headers().find(name);
     if (found == headers_.size()) return std::nullopt;
     return headers_[found].value;
 }
@@ -108,26 +157,31 @@ bool part::get_header(string_view name, string& raw) const {
 }
 
 void part::add_header(string_view name, const header_type::generic_value_type& value) {
-    headers_.add(name, value.render());
+    add_header(name, value.render());
 }
 
-void part::add_header(string_view name, string_view raw) { headers_.add(name, raw); }
+void part::add_header(string_view name, string_view raw) {
+    if (headers_from_ != header_origin::list) make_headers();
+    headers_.add(name, raw);
+}
 
 void part::remove_headers(string_view name) {
-    headers_.remove_if([&](const header_field& field) { return is_named(field, name); });
+    if (headers_from_ != header_origin::list) make_headers();
+    headers_.remove(name);
 }
 
 const wstring& part::text() {
-    if (content_.text.empty()) content_.text = unicode::to_wide(content_.data, unicode::code_page_of(content_.charset));
-    return content_.text;
+    wstring& text = rest().text;
+    if (text.empty()) text = unicode::to_wide(data(), unicode::code_page_of(charset()));
+    return text;
 }
 
 string part::text_in(std::uint32_t code_page) { return unicode::to_narrow(text(), code_page, true); }
 
 void part::set_text(wstring_view text) {
-    string data = unicode::to_narrow(text, unicode::code_page_of(content_.charset), true);
-    content_.text = text;
-    content_.data = std::move(data);
+    string data = unicode::to_narrow(text, unicode::code_page_of(charset()), true);
+    rest().text = text;
+    set_data(std::move(data));
 }
 
 void part::set_text(string_view text, std::uint32_t code_page) { set_text(unicode::to_wide(text, code_page)); }
@@ -141,12 +195,35 @@ string part::transfer_encoding() const {
     return encoding;
 }
 
+string part::disposition_of_file() const {
+    header_type::parametized_value_type disposition("utf-8");
+    disposition.set_value(u"attachment");
+    disposition.set_parameter("filename", body_->file_name);
+    return disposition.render();
+}
+
+// As its field would say it, which most names need no field for.
+wstring part::file_name() const {
+    const auto is_plain = [](char16_t unit) {
+        return (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
+               unit == u'.' || unit == u'-' || unit == u'_';
+    };
+    wstring name = body_->file_name;
+    if (std::ranges::all_of(name, is_plain)) return name;
+    header_type::parametized_value_type value;
+    value.parse_readable(disposition_of_file());
+    name.clear();
+    value.get_parameter("filename", name);
+    return name;
+}
+
 attachment_info part::attachment_info() const {
+    if (headers_from_ == header_origin::file) return {true, file_name()};
     message2::attachment_info info;
     header_type::parametized_value_type value;
     if (const auto raw = find_header("Content-Type")) {
         // The type in force, and not the one that stands in the field: a message attached as a file has become one.
-        info.is_attachment = iequals(content_.content_type, "message/rfc822");
+        info.is_attachment = iequals(content_type(), "message/rfc822");
         if (may_have_name(*raw)) {
             value.parse_readable(*raw);
             value.get_parameter("name", info.filename);
@@ -163,11 +240,18 @@ attachment_info part::attachment_info() const {
 void part::apply_content_type(string_view raw) {
     header_type::parametized_value_type value;
     if (!value.parse_readable(raw)) value.parse(raw); // throws, and says why
-    value.value_in(content_.content_type, utf8);
-    to_lower_in_place(content_.content_type);
-    if (!value.get_parameter("charset", content_.charset)) content_.charset = "iso-8859-1";
-    to_lower_in_place(content_.charset);
-    if (!value.get_parameter("boundary", boundary_)) boundary_.clear();
+    string text;
+    value.value_in(text, utf8);
+    to_lower_in_place(text);
+    set_content_type(text);
+    const auto set = [&](string_view name, string_view absent, string_view now, string body_rest::*member) {
+        text = absent;
+        value.get_parameter(name, text);
+        if (member == &body_rest::charset) to_lower_in_place(text);
+        if (text != now) rest().*member = text;
+    };
+    set("charset", default_charset, charset(), &body_rest::charset);
+    set("boundary", {}, boundary(), &body_rest::boundary);
 }
 
 } // namespace tackle::internet::message2

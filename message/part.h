@@ -1,23 +1,17 @@
 #pragma once
 
 #include "message/errors.h"
-#include "message/header_field.h"
+#include "message/header_list.h"
 #include "message/header_type/generic_value_type.h"
 
 #include <list>
 #include <memory>
 #include <optional>
+#include <span>
+#include <utility>
 #include <vector>
 
 namespace tackle::internet::message2 {
-
-// The body of a part.
-struct part_content {
-    string content_type = "text/plain"; // lower case; not trimmed, so a blank before a semicolon stays
-    string charset = "iso-8859-1";      // lower case, as the message spells it
-    wstring text;                       // empty until part::text or part::set_text fills it
-    string data;                        // without its transfer encoding; text lines end in CR LF
-};
 
 struct attachment_info {
     bool is_attachment = false;
@@ -26,7 +20,7 @@ struct attachment_info {
 
 // One node of a message: the message itself is the root part, and each part owns its whole subtree. A part is complete
 // when its constructor returns; one that throws leaves nothing behind. No locks: one thread at a time for a whole tree,
-// and text() changes the part even in reading.
+// and text() and headers() change the part even in reading.
 //
 // The loader takes whatever there is. A part with a boundary is split whatever its type, a missing closing line is the
 // end of the message, missing headers have defaults, CR and LF and both pairs of them end a line, a NUL is a byte like
@@ -61,16 +55,29 @@ public:
     part& operator=(part&& other) noexcept = default;
     ~part() = default;
 
-    [[nodiscard]] const header_list& headers() const noexcept { return headers_; }
-    // The last Content-Type field decided type, charset and boundary, while get_header answers the first.
-    [[nodiscard]] const part_content& content() const noexcept { return content_; }
-    [[nodiscard]] part_content& content() noexcept { return content_; }
-    [[nodiscard]] const string& content_type() const noexcept { return content_.content_type; }
-    [[nodiscard]] const string& charset() const noexcept { return content_.charset; }
-    [[nodiscard]] const string& data() const noexcept { return content_.data; }
+    // What is given out as a view or reference is good until the part is changed.
+
+    // Those that follow from other things are made when they are first asked for.
+    [[nodiscard]] const header_list& headers() const;
+    // The last Content-Type field decided type, charset and boundary, while get_header answers the first. Lower case; not
+    // trimmed, so a blank before a semicolon stays.
+    [[nodiscard]] string_view content_type() const noexcept { return body_ ? body_->type : default_type; }
+    void set_content_type(string_view type);
+    // Lower case, as the message spells it.
+    [[nodiscard]] string_view charset() const noexcept {
+        return body_ && body_->rest ? string_view(body_->rest->charset) : default_charset;
+    }
+    // The body without its transfer encoding; text lines end in CR LF.
+    [[nodiscard]] string_view data() const noexcept { return body_ ? string_view(body_->data) : string_view(); }
+    void set_data(string data) { body().data = std::move(data); }
     // As it stood, case kept; empty if there is none.
-    [[nodiscard]] const string& boundary() const noexcept { return boundary_; }
-    [[nodiscard]] const std::vector<std::unique_ptr<part>>& children() const noexcept { return children_; }
+    [[nodiscard]] string_view boundary() const noexcept {
+        return body_ && body_->rest ? string_view(body_->rest->boundary) : string_view();
+    }
+    [[nodiscard]] std::span<const std::unique_ptr<part>> children() const noexcept {
+        if (!body_ || !body_->rest) return {};
+        return body_->rest->children;
+    }
     // Its place in the message that was loaded, counted from 1 at the root, each part before its children: what a trace
     // calls a part by, the same in every run and without telling anything about the process. A copy keeps it; a part
     // that was not loaded has 1.
@@ -131,13 +138,42 @@ private:
 
     [[nodiscard]] std::optional<string_view> find_header(string_view name) const;
     void apply_content_type(string_view raw);
+    void make_headers() const;
+    [[nodiscard]] wstring file_name() const;
+    [[nodiscard]] string disposition_of_file() const;
     std::uint32_t number_from(std::uint32_t first) noexcept; // this part and all below; returns the next number
 
-    header_list headers_;
-    part_content content_;
-    string boundary_;
-    std::vector<std::unique_ptr<part>> children_;
+    static constexpr string_view default_type = "text/plain";
+    static constexpr string_view default_charset = "iso-8859-1";
+
+    // A message can consist of millions of parts of a few bytes: what most of them do without has its own memory.
+    struct body_rest {
+        string charset{default_charset};
+        string boundary;
+        wstring text; // of the data, empty until somebody asks for it
+        std::vector<std::unique_ptr<part>> children;
+    };
+    struct part_body {
+        string data;
+        string_view type = default_type; // of a literal, or of own_type
+        std::unique_ptr<char[]> own_type;
+        std::unique_ptr<body_rest> rest;
+        wstring file_name; // of a uuencoded file
+    };
+    // Where the headers come from, if not from the list itself.
+    enum class header_origin : std::uint8_t {
+        list,
+        empty_type, // a part without a field has an empty Content-Type
+        file        // a uuencoded file has those of a new part and of an attachment
+    };
+
+    [[nodiscard]] part_body& body();
+    [[nodiscard]] body_rest& rest();
+
+    mutable header_list headers_;
+    std::unique_ptr<part_body> body_;
     std::uint32_t number_ = 1;
+    mutable header_origin headers_from_ = header_origin::list;
 };
 
 } // namespace tackle::internet::message2

@@ -67,7 +67,7 @@ public:
             render(*node.children().front(), false); // an attached message; there is no way to write another one
             return;
         }
-        const string delimiter = "--" + node.boundary();
+        const string delimiter = string("--").append(node.boundary());
         for (const auto& child : node.children()) {
             const bool child_made = make_room_for_child(node, *child);
             write(delimiter);

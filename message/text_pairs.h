@@ -11,7 +11,7 @@
 namespace tackle::internet::message2 {
 
 // An ordered list of pairs of texts, given out as `record`s of two views. The texts stand one behind the other in two
-// strings, eight bytes of bookkeeping a pair: headers and parameters are the sender's to multiply, and a million of
+// strings, eight bytes of bookkeeping a pair: parameters and addresses are the sender's to multiply, and a million of
 // them must not cost many times the bytes they came from.
 //
 // Views and iterators are good until the list is changed or moved. All texts together may have 4 GB; throws
@@ -58,15 +58,6 @@ public:
         const pair_end to = ends_[index];
         return {first_view(firsts_).substr(from.first, to.first - from.first),
                 second_view(seconds_).substr(from.second, to.second - from.second)};
-    }
-
-    // The index of the first pair from `index` on whose first text has that length; size() if there is none. Quicker
-    // than to look at the pairs themselves.
-    [[nodiscard]] std::size_t find_length(std::size_t length, std::size_t index) const noexcept {
-        std::uint32_t begin = index == 0 ? 0 : ends_[index - 1].first;
-        for (; index < ends_.size() && ends_[index].first - begin != length; ++index)
-            begin = ends_[index].first;
-        return index;
     }
 
     // Room for that many pairs, and units of first and second texts, in all.

@@ -4,10 +4,10 @@
 #include "foundation/text/unicode.h"
 #include "message/body.h"
 #include "message/header_section.h"
-#include "message/header_type/parametized_value_type.h"
 #include "message/tree_walk.h"
 
 #include <exception>
+#include <utility>
 
 namespace tackle::internet::message2 {
 namespace {
@@ -70,13 +70,17 @@ void tree_loader::load(part& root, string_view message, unsigned depth, bool no_
 
 void tree_loader::load_nothing(part& root) { read_headers(root, {}, 0); }
 
-part& tree_loader::add_child(part& node) { return *node.children_.emplace_back(make_bare()); }
+part& tree_loader::add_child(part& node) { return *node.rest().children.emplace_back(make_bare()); }
 
 void tree_loader::read_headers(part& node, string_view section, std::size_t fields) {
+    if (section.empty()) {
+        node.headers_from_ = part::header_origin::empty_type;
+        return;
+    }
     read_header_section(section, fields, node.headers_);
     bool has_type = false;
     for (const header_field field : node.headers_) {
-        if (!is_named(field, "Content-Type")) continue;
+        if (!iequals(field.name, "Content-Type")) continue;
         has_type = true;
         node.apply_content_type(field.value);
     }
@@ -84,12 +88,14 @@ void tree_loader::read_headers(part& node, string_view section, std::size_t fiel
 }
 
 void tree_loader::store_body(part& node, const line_stretch& lines, const string& encoding, bool no_files) {
+    if (lines.bytes.empty() && !lines.open) return;
+    string& data = node.body().data;
     if (encoding == "base64") {
-        decode_base64_body(lines, node.content_.data);
+        decode_base64_body(lines, data);
     } else if (encoding == "quoted-printable") {
-        decode_quoted_printable_body(lines, node.content_.data);
+        decode_quoted_printable_body(lines, data);
     } else if (no_files) {
-        append_normalised(lines, node.content_.data);
+        append_normalised(lines, data);
     } else {
         store_text(node, lines);
     }
@@ -117,46 +123,43 @@ void tree_loader::store_text(part& node, const line_stretch& lines) {
     bool any_file = false;
     for (uuencoded_block block; next_uuencoded_block(left, at, block); at = 0) {
         any_file = true;
-        append_normalised({left.bytes.substr(0, at), false}, node.content_.data);
-        node.children_.push_back(make_uuencoded(node, block));
+        append_normalised({left.bytes.substr(0, at), false}, node.body().data);
+        node.rest().children.push_back(make_uuencoded(node, block));
         left = block.rest;
     }
-    append_normalised(left, node.content_.data);
+    append_normalised(left, node.body().data);
     if (any_file) split_off_text(node);
 }
 
 std::unique_ptr<part> tree_loader::make_uuencoded(const part& text, const uuencoded_block& block) {
-    const wstring name = name_of_file(block.name, text.content_.charset);
-    header_type::parametized_value_type disposition("utf-8");
-    disposition.set_value(u"attachment");
-    disposition.set_parameter("filename", name);
-    auto file = std::make_unique<part>();
-    file->add_header("Content-Disposition", disposition);
-    // Behind the one that a new part has, which stays in force.
-    file->add_header("Content-Transfer-Encoding", "base64");
-    file->content_.content_type = type_of_file(name);
-    file->content_.data = decode_uuencoded_block(block.lines);
+    auto file = make_bare();
+    part::part_body& body = file->body();
+    body.file_name = name_of_file(block.name, text.charset());
+    body.type = type_of_file(body.file_name);
+    body.data = decode_uuencoded_block(block.lines);
+    file->headers_from_ = part::header_origin::file;
     return file;
 }
 
 // The text becomes a child behind the files taken from it, with its type, charset and boundary.
 void tree_loader::split_off_text(part& node) {
-    part& text = *node.children_.emplace_back(std::make_unique<part>());
-    std::swap(text.content_, node.content_);
-    std::swap(text.boundary_, node.boundary_);
-    node.content_.content_type = "multipart/mixed";
-    node.boundary_ = uuencoded_boundary;
+    auto children = std::exchange(node.rest().children, {});
+    auto& text = *children.emplace_back(std::make_unique<part>());
+    text.body_ = std::move(node.body_);
+    node.rest().children = std::move(children);
+    node.set_content_type("multipart/mixed");
+    node.rest().boundary = uuencoded_boundary;
 }
 
 bool tree_loader::is_attached_message(const part& node) {
-    return node.content_.content_type == "application/octet-stream" &&
+    return node.content_type() == "application/octet-stream" &&
            to_lower(node.attachment_info().filename).ends_with(u".eml");
 }
 
 // Turns a part that is an attached message into one that has it as child.
 part* tree_loader::make_nested(part& node, unsigned depth) {
     if (depth >= part::deepest) throw depth_limit("MIME tree depth exceeded");
-    node.content_.content_type = "message/rfc822";
+    node.set_content_type("message/rfc822");
     node.remove_headers("Content-Transfer-Encoding");
     return &add_child(node);
 }

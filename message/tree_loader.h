@@ -43,6 +43,7 @@ private:
     static bool is_attached_message(const part& node);
     static part* make_nested(part& node, unsigned depth);
     static part& add_child(part& node);
+    static string take_data(part& node) { return node.body_ ? std::exchange(node.body_->data, {}) : string(); }
 };
 
 } // namespace tackle::internet::message2

@@ -103,7 +103,7 @@ void tree_walk::finish_own_body(open_part& owner, std::size_t depth, const line_
     const bool no_files = encoding != "base64" && encoding != "quoted-printable";
     const unsigned part_depth = depth_ + static_cast<unsigned>(depth);
     found_.push_back(
-        {tree_loader::make_nested(node, part_depth), std::exchange(node.content().data, {}), part_depth + 1, no_files});
+        {tree_loader::make_nested(node, part_depth), tree_loader::take_data(node), part_depth + 1, no_files});
 }
 
 // Ends all parts on the stack at and above `first`, the innermost one first: it alone has lines of its own.

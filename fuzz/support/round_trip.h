@@ -31,7 +31,7 @@ inline std::vector<string> body_lines(const part& node) {
     part alone;
     alone.remove_headers("Content-Transfer-Encoding");
     alone.add_header("Content-Transfer-Encoding", node.transfer_encoding());
-    alone.content().data = node.data();
+    alone.set_data(string(node.data()));
     return alone.render();
 }
 
@@ -58,7 +58,7 @@ inline bool has_white_control(string_view value) {
 
 // `above` are the lines at which a part around this one would end.
 inline bool is_promised(const part& node, std::vector<string>& above, unsigned depth) {
-    const string& type = node.content_type();
+    const string_view type = node.content_type();
     if (depth > part::deepest || !is_token(type) || !is_token(node.charset()) || !is_token(node.boundary()))
         return false;
     if (node.charset().empty() && type.starts_with("text/"))
@@ -83,7 +83,7 @@ inline bool is_promised(const part& node, std::vector<string>& above, unsigned d
     const std::size_t outside = above.size();
     bool promised = true;
     if (!node.boundary().empty()) {
-        const string delimiter = "--" + node.boundary();
+        const string delimiter = string("--").append(node.boundary());
         promised = !cuts(delimiter) && !cuts(delimiter + "--");
         above.insert(above.end(), {delimiter, delimiter + "--"});
     }
@@ -95,7 +95,7 @@ inline bool is_promised(const part& node, std::vector<string>& above, unsigned d
 }
 
 // Line ends at the end come with the delimiter behind the data; those inside are the lines' own.
-inline string lines_of(const string& data) {
+inline string lines_of(string_view data) {
     string joined;
     string_view line;
     line_scanner lines(data);

@@ -71,7 +71,7 @@ TEST(render, writes_the_model) {
         EXPECT_EQ(node.render_text(), line_buffer(c.expected).read_all());
     }
     part wide("content-type: text/x");
-    wide.content().content_type = "text/\xE2\x82\xAC"; // has no place in the field's iso-8859-1
+    wide.set_content_type("text/\xE2\x82\xAC"); // has no place in the field's iso-8859-1
     EXPECT_EQ(wide.render(), (lines{"content-type: text/x", ""}));
 }
 

@@ -29,7 +29,7 @@ TEST(find_parts, lists_breadth_first) {
         root.find_parts(parts, skip_nested, prefix);
         string out;
         for (const part* found : parts)
-            out += found->content_type() + " ";
+            out.append(found->content_type()) += " ";
         return out;
     };
     EXPECT_EQ(types(false, ""), "multipart/x multipart/y text/3 message/rfc822 text/1 text/2 text/4 ");

@@ -29,7 +29,8 @@ void add_signatures(const part& message, bool of_parts, signatures& out) {
     brimwarden::analysis::scan_context scan(message);
     brimwarden::analysis::analysis_engine::generate_signatures(scan);
     for (const auto& signature : scan.signatures) {
-        const string text = tackle::unicode::to_narrow(signature.type + u" " + signature.value, 65001, false);
+        const string text =
+            tackle::unicode::to_narrow(tackle::wstring(signature.type) + u" " + signature.value, 65001, false);
         if (is_of_part(text) == of_parts) out.insert(text);
     }
 }
@@ -44,7 +45,7 @@ void leave_lines_alone(part& message) {
         for (tackle::string_view line; scanner.next(line);)
             (lines += line) += '\n';
         lines.erase(lines.find_last_not_of('\n') + 1);
-        each->content().data = lines;
+        each->set_data(lines);
     }
 }
 

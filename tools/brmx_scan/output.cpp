@@ -201,7 +201,7 @@ const char* color_of(int probability, const look& chosen) noexcept {
 
 const char* color_end(const look& chosen) noexcept { return chosen.color ? "\x1b[m" : ""; }
 
-std::string plain_report(const report& shown, const questions& asked, const look& chosen) {
+std::string plain_report(report& shown, const questions& asked, const look& chosen) {
     std::string out;
     if (shown.result.probability) {
         char number[16];
@@ -225,7 +225,9 @@ std::string plain_report(const report& shown, const questions& asked, const look
     if (asked.languages) out += shown.result.languages.empty() ? " []" : "]";
     out += '\n';
     if (!asked.trace) return out;
-    return out + shown.result.trace + '\n';
+    out = std::move(shown.result.trace.insert(0, out)); // in place: it may be most of all memory
+    out += '\n';
+    return out;
 }
 
 void append_plain_line(std::string& out, std::uint32_t indent, std::u16string_view text, bool color) {
@@ -256,11 +258,12 @@ std::string json_report(report& shown, const questions& asked) {
            ", \"status_name\": \"" + status_name(shown.result.status) + "\", \"probability\": ";
     out += shown.result.probability ? std::to_string(*shown.result.probability) : "null";
     out += ", \"trace\": [";
-    out = std::move(shown.result.trace.insert(0, out)); // in place: it may be most of all memory
+    out = std::move(shown.result.trace.insert(0, out)); // as above
     out += ']';
     if (asked.languages) append_languages(out, shown.result.languages);
     if (asked.statistics) append_statistics(out, shown.result.statistics);
-    return out + "}\n";
+    out += "}\n";
+    return out;
 }
 
 } // namespace brmx_scan

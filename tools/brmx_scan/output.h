@@ -38,9 +38,8 @@ struct look {
 // UTF-8 as it is, but for lone surrogates, which become U+FFFD.
 [[nodiscard]] std::string to_utf8(std::u16string_view text);
 
-// Complete lines, the last one's end included.
-[[nodiscard]] std::string plain_report(const report& shown, const questions& asked, const look& chosen);
-// Takes the trace out of the report.
+// Complete lines, the last one's end included. Both take the trace out of the report.
+[[nodiscard]] std::string plain_report(report& shown, const questions& asked, const look& chosen);
 [[nodiscard]] std::string json_report(report& shown, const questions& asked);
 // What questions::trace has to be for each of them.
 void append_plain_line(std::string& out, std::uint32_t indent, std::u16string_view text, bool color);
