@@ -80,6 +80,18 @@ def call_sequences(raw):
 STATES = ("1\rA\r\rA\r", "1\rF\r\rA\r1\rK\r\rA\r", "1\rB=A\r\rA\r", "1\r!\r\rA\r", "1\rBAA\rlocalhost\rA\r", "2\rA\r\rA\r", "1\rEAAAAB\r\r", "")
 
 
+# Messages whose rendering could be many times their size.
+GROWING = (
+    b"Content-Type:\n" * 5000 + b"Content-Type:a;boundary=" + b"b" * 70000,  # a boundary for many fields
+    b"Content-Type:\n" * 5000 + b'Content-Type:a;boundary="=?utf-8?Q?' + b"=E2=82=AC" * 9000 + b'?="',
+    b'Content-Type:a;b="=?' + b"x" * 70000 + b'?Q?=E9?="' + b";b=\xe9" * 20000,  # a charset for many parameters
+    b"\n" + b"begin  \nend\n" * 20000,  # empty files
+    b"Content-Type:x;boundary=a\n\nbegin  \nend\n" + b"--a\n" * 50000,
+    b"Content-Type:multipart/x;boundary=a\n\n" + b"--a\n\nbegin  \nend\n" * 20000,
+    b"content-transfer-encoding: quoted-printable\n\n" + b"\xff" * 200000,
+)
+
+
 def seeds(raw):
     message = email.message_from_bytes(raw, policy=email.policy.compat32)
     for target in ("mime_loader", "rendering"):
@@ -110,6 +122,8 @@ def fixed_seeds():
         yield "state_text", b"\1" + state.encode("utf-16-le")
     for answer in ANSWERS:
         yield "packet", packet(answer)
+    for message in GROWING:
+        yield "rendering", message
 
 
 LARGEST = 262144

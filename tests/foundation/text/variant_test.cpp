@@ -53,28 +53,26 @@ TEST(variant, reads_texts_as_numbers) {
         std::uint32_t integer;
         std::uint64_t large;
         float floating;
-    } cases[] = {
-        {"", 0, 0, 0},
-        {"1", 1, 1, 1},
-        {"012,5", 12, 12, 12},
-        {" \t\r\n\v\f+7", 7, 7, 7},
-        {"-3", 0xFFFFFFFD, 0xFFFFFFFFFFFFFFFD, -3},
-        {"--3", 0, 0, 0},
-        {"-+3", 0, 0, 0},
-        {string("1\0002", 3), 1, 1, 1},
-        {"2147483648", 0x7FFFFFFF, 0x80000000, 2147483648.0F},
-        {"-2147483649", 0x80000000, 0xFFFFFFFF7FFFFFFF, -2147483649.0F},
-        {"9223372036854775808", 0x7FFFFFFF, top_bit - 1, 0x1p63F},
-        {"-9223372036854775808", 0x80000000, top_bit, -0x1p63F},
-        {"-99999999999999999999", 0x80000000, top_bit, -1e20F},
-        {"-1.5e1x", 0xFFFFFFFF, UINT64_MAX, -15},
-        {".5", 0, 0, 0.5F},
-        {"-1e9999", 0xFFFFFFFF, UINT64_MAX, -infinity},
-        {"0.0001e9999", 0, 0, infinity},
-        {"100e-9999", 100, 100, 0},
-        {"0." + string(500, '0') + "1", 0, 0, 0},
-        {string(400, '9'), 0x7FFFFFFF, top_bit - 1, infinity},
-    };
+    } cases[] = {{"", 0, 0, 0},
+                 {"1", 1, 1, 1},
+                 {"012,5", 12, 12, 12},
+                 {" \t\r\n\v\f+7", 7, 7, 7},
+                 {"-3", 0xFFFFFFFD, 0xFFFFFFFFFFFFFFFD, -3},
+                 {"--3", 0, 0, 0},
+                 {"-+3", 0, 0, 0},
+                 {string("1\0002", 3), 1, 1, 1},
+                 {"2147483648", 0x7FFFFFFF, 0x80000000, 2147483648.0F},
+                 {"-2147483649", 0x80000000, 0xFFFFFFFF7FFFFFFF, -2147483649.0F},
+                 {"9223372036854775808", 0x7FFFFFFF, top_bit - 1, 0x1p63F},
+                 {"-9223372036854775808", 0x80000000, top_bit, -0x1p63F},
+                 {"-99999999999999999999", 0x80000000, top_bit, -1e20F},
+                 {"-1.5e1x", 0xFFFFFFFF, UINT64_MAX, -15},
+                 {".5", 0, 0, 0.5F},
+                 {"-1e9999", 0xFFFFFFFF, UINT64_MAX, -infinity},
+                 {"0.0001e9999", 0, 0, infinity},
+                 {"100e-9999", 100, 100, 0},
+                 {"0." + string(500, '0') + "1", 0, 0, 0},
+                 {string(400, '9'), 0x7FFFFFFF, top_bit - 1, infinity}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         for (const variant& value : {variant(c.text), variant(wstring(c.text.begin(), c.text.end()))}) {
