@@ -266,8 +266,9 @@ void check_address_customization(const part& root, token_list& tokens, test_resu
     std::iota(sorted.begin(), sorted.end(), 0U);
     const auto name_of = [&](std::uint32_t index) { return names[index]; };
     std::ranges::sort(sorted, {}, name_of);
-    const auto repeated = std::ranges::unique(sorted, {}, name_of);
-    sorted.erase(repeated.begin(), repeated.end());
+    // Not the ranges form, whose result clang 14 cannot take apart.
+    const auto same = [&](std::uint32_t a, std::uint32_t b) { return name_of(a) == name_of(b); };
+    sorted.erase(std::unique(sorted.begin(), sorted.end(), same), sorted.end());
     std::vector<occurrence> occurrences(sorted.size());
     // Most tokens share length and first unit with no name, and are not searched for.
     const auto trait = [](wstring_view word) { return std::uint64_t{1} << (word.size() * 8 + word.front()) % 64; };
