@@ -119,6 +119,12 @@ def charsets():
         yield bytes(range(256)) * 64 + b"\nbegin 644 \x81\xff\nend\n"
 
 
+def words_of(size, charset, word):
+    """A file name that has to be converted word by word, in the field that most is asked of."""
+    head = b'Content-Type: text/plain; name="=?%s?Q?x?= ' % charset
+    return after(head, repeated(word, size - len(head)))
+
+
 UNREADABLE = b"=?shift_jis?B?gYL/?= <=?x?Q?=81?=>,"
 ESCAPED = b"Content-Transfer-Encoding: quoted-printable\n"
 PATHS = b"http:!%2:1f" * 5900
@@ -143,6 +149,8 @@ INPUTS = [
     ("50 MB of parameters of one byte", 50 * MB, lambda size: after(b"Content-Type: x", repeated(b";a", size))),
     ("10 MB of damaged encoded words", 10 * MB, lambda size: after(b"Subject: ", repeated(b"=?utf-8?Q?=ZZ?= ", size))),
     ("10 MB of words of unreadable bytes", 10 * MB, lambda size: after(b"To: ", repeated(UNREADABLE, size))),
+    ("10 MB of letters after a charset word", 10 * MB, lambda size: words_of(size, b"shift_jis", b"a ")),
+    ("10 MB of Japanese letters between blanks", 10 * MB, lambda size: words_of(size, b"euc-jp", b"\xa4\xa2 ")),
     ("every charset name there is", None, lambda size: charsets()),
     ("parts nested 64 deep, 10 MB", 10 * MB, lambda size: nested(64, repeated(b"some text\n", size))),
     ("parts nested 65 deep, 10 MB", 10 * MB, lambda size: nested(65, repeated(b"some text\n", size)), LIMIT, TOO_DEEP),

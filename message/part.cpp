@@ -25,21 +25,6 @@ string read_file(wstring_view path) {
     }
 }
 
-// Whether a Content-Type could have the parameter "name". Asked for each part several times in a scan, and most have
-// none.
-bool may_have_name(string_view raw) {
-    constexpr string_view name = "name";
-    std::size_t matched = 0;
-    for (const char c : raw) {
-        if (c == '\\' || c == '?' || (c & 0x80) != 0) return true;
-        if (c == '"') continue; // may stand anywhere inside of a name
-        const char letter = lower_letter(c);
-        if (letter != name[matched]) matched = 0;
-        if (letter == name[matched] && ++matched == name.size()) return true;
-    }
-    return false;
-}
-
 } // namespace
 
 part::part() {
@@ -98,12 +83,12 @@ std::uint32_t part::number_from(std::uint32_t first) noexcept {
     return first;
 }
 
-part::part_body& part::body() {
+part::part_body& part::body() const {
     if (!body_) body_ = std::make_unique<part_body>();
     return *body_;
 }
 
-part::body_rest& part::rest() {
+part::body_rest& part::rest() const {
     auto& filled = body().rest;
     if (!filled) filled = std::make_unique<body_rest>();
     return *filled;
@@ -162,11 +147,13 @@ void part::add_header(string_view name, const header_type::generic_value_type& v
 
 void part::add_header(string_view name, string_view raw) {
     if (headers_from_ != header_origin::list) make_headers();
+    forget_readings();
     headers_.add(name, raw);
 }
 
 void part::remove_headers(string_view name) {
     if (headers_from_ != header_origin::list) make_headers();
+    forget_readings();
     headers_.remove(name);
 }
 
@@ -215,25 +202,6 @@ wstring part::file_name() const {
     name.clear();
     value.get_parameter("filename", name);
     return name;
-}
-
-attachment_info part::attachment_info() const {
-    if (headers_from_ == header_origin::file) return {true, file_name()};
-    message2::attachment_info info;
-    header_type::parametized_value_type value;
-    if (const auto raw = find_header("Content-Type")) {
-        // The type in force, and not the one that stands in the field: a message attached as a file has become one.
-        info.is_attachment = iequals(content_type(), "message/rfc822");
-        if (may_have_name(*raw)) {
-            value.parse_readable(*raw);
-            value.get_parameter("name", info.filename);
-        }
-    }
-    if (const auto raw = find_header("Content-Disposition")) {
-        if (value.parse_readable(*raw)) info.is_attachment = iequals(value.value(), u"attachment");
-        value.get_parameter("filename", info.filename);
-    }
-    return info;
 }
 
 // Type, charset and boundary of the model follow each Content-Type field, so that the last of several is in force.

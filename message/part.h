@@ -20,7 +20,7 @@ struct attachment_info {
 
 // One node of a message: the message itself is the root part, and each part owns its whole subtree. A part is complete
 // when its constructor returns; one that throws leaves nothing behind. No locks: one thread at a time for a whole tree,
-// and text() and headers() change the part even in reading.
+// since text(), headers(), attachment_info() and named_charset() keep what they have read.
 //
 // The loader takes whatever there is. A part with a boundary is split whatever its type, a missing closing line is the
 // end of the message, missing headers have defaults, CR and LF and both pairs of them end a line, a NUL is a byte like
@@ -108,6 +108,8 @@ public:
     // since its header was read; a Content-Disposition overrules that either way, unless its value can't be read. A name
     // that can't be read is none, and what else the field says counts. Throws nothing but std::bad_alloc.
     [[nodiscard]] message2::attachment_info attachment_info() const;
+    // The charset that the first Content-Type names, be it an empty one. Throws nothing but std::bad_alloc.
+    [[nodiscard]] std::optional<string> named_charset() const;
 
     // Appends to `out` this part and those below it whose type starts with `type_prefix` (case ignored), breadth
     // first. With `skip_nested` a part of the type "message/rfc822" is passed over with all below it, also this one.
@@ -143,6 +145,17 @@ private:
     [[nodiscard]] string disposition_of_file() const;
     std::uint32_t number_from(std::uint32_t first) noexcept; // this part and all below; returns the next number
 
+    // What scans ask of Content-Type and Content-Disposition.
+    struct field_readings {
+        wstring file_name;
+        std::optional<string> charset;
+        std::optional<bool> is_disposed; // as an attachment or otherwise
+    };
+    static field_readings read_fields(std::optional<string_view> type, std::optional<string_view> disposition);
+    [[nodiscard]] const field_readings* kept_readings(std::optional<string_view> type,
+                                                      std::optional<string_view> disposition) const;
+    void forget_readings() noexcept;
+
     static constexpr string_view default_type = "text/plain";
     static constexpr string_view default_charset = "iso-8859-1";
 
@@ -152,6 +165,7 @@ private:
         string boundary;
         wstring text; // of the data, empty until somebody asks for it
         std::vector<std::unique_ptr<part>> children;
+        std::unique_ptr<const field_readings> readings; // of long fields, null until somebody asks
     };
     struct part_body {
         string data;
@@ -167,11 +181,12 @@ private:
         file        // a uuencoded file has those of a new part and of an attachment
     };
 
-    [[nodiscard]] part_body& body();
-    [[nodiscard]] body_rest& rest();
+    // Made if there is none, which changes nothing that can be seen.
+    [[nodiscard]] part_body& body() const;
+    [[nodiscard]] body_rest& rest() const;
 
     mutable header_list headers_;
-    std::unique_ptr<part_body> body_;
+    mutable std::unique_ptr<part_body> body_;
     std::uint32_t number_ = 1;
     mutable header_origin headers_from_ = header_origin::list;
 };

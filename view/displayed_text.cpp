@@ -10,34 +10,12 @@ namespace brimwarden::analysis {
 using tackle::string;
 using tackle::internet::message2::part;
 
-namespace {
-
-bool read_charset(const part& part, string& charset) {
-    tackle::internet::message2::header_type::parametized_value_type type;
-    string raw;
-    part.get_header("Content-Type", raw);
-    type.parse_readable(raw); // a parameter that can't be read says nothing about the charset
-    return type.get_parameter("charset", charset);
-}
-
-} // namespace
-
-bool names_charset(const part& part) {
-    bool named = false;
-    if_readable([&] {
-        string charset;
-        named = read_charset(part, charset);
-    });
-    return named;
-}
-
 displayed_text read_displayed_text(const part& shown, const part& root) {
     displayed_text result;
     const auto read = [&] {
-        string charset;
-        read_charset(shown, charset);
+        string charset = shown.named_charset().value_or("");
         if (charset.empty() && &shown != &root) {
-            read_charset(root, charset);
+            charset = root.named_charset().value_or("");
             result.charset_inherited = !charset.empty();
         }
         result.text = tackle::unicode::to_wide(shown.data(), tackle::unicode::code_page_of(charset));

@@ -23,10 +23,6 @@ struct displayed_text {
 [[nodiscard]] displayed_text read_displayed_text(const tackle::internet::message2::part& shown,
                                                  const tackle::internet::message2::part& root);
 
-// Whether the Content-Type of a part has a charset of its own, be it an empty or an unknown one. A field that cannot be
-// decoded has none.
-[[nodiscard]] bool names_charset(const tackle::internet::message2::part& part);
-
 // Replaces the text of a part of the type text/html by what a reader sees of it, and returns the links in it; leaves
 // that of any other part alone. HTML without a body is taken as a fragment and shown whole.
 tackle::html::text_set resolve_markup(const tackle::internet::message2::part& shown, tackle::wstring& text);

@@ -42,7 +42,7 @@ displayed_text read_text(const part& shown, const part& root, test_result_list& 
 // Looks at the text before HTML is resolved, and at the charset that the part itself names: one that was inherited from
 // the root is none here.
 void test_noise(const part& shown, wstring_view text, test_result_list& results) {
-    if (text.size() <= longest_noise_free || names_charset(shown)) return;
+    if (text.size() <= longest_noise_free || shown.named_charset()) return;
     const auto high = std::ranges::count_if(text, [](char16_t unit) { return unit > 127; });
     if (static_cast<std::size_t>(high) <= text.size() / 2) return;
     add(results, u"Part.Text.High_Bit_Noise", 90.0F,

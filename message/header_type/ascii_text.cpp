@@ -9,6 +9,18 @@ bool keeps_ascii(std::uint32_t code_page) {
            (code_page >= 28591 && code_page <= 28599) || code_page == 28605 || (code_page >= 1250 && code_page <= 1258);
 }
 
+bool is_letters(string_view text) {
+    return std::ranges::all_of(text, [](char c) { return c > ' ' && c < '~' && c != '+' && c != '\\' && c != '&'; });
+}
+
+bool keeps_letters(std::uint32_t code_page) {
+    string letters;
+    for (char c = ' '; c < '~'; ++c)
+        if (is_letters({&c, 1})) letters += c;
+    wstring wide;
+    return unicode::try_to_wide(letters, code_page, wide) && std::ranges::equal(letters, wide);
+}
+
 void append_wide(string_view text, std::uint32_t code_page, wstring& out) {
     if (keeps_ascii(code_page) && is_ascii(text)) {
         unicode::append_raw(text, out);

@@ -32,6 +32,11 @@ template <typename view>
 // Whether each byte below 0x80 is the unit of the same value, for certain and on every target.
 [[nodiscard]] bool keeps_ascii(std::uint32_t code_page);
 
+// Whether texts for which is_letters holds are the same in the code page, each by itself. Asks the code page.
+[[nodiscard]] bool keeps_letters(std::uint32_t code_page);
+// Printable ASCII without what begins an escape in some code page.
+[[nodiscard]] bool is_letters(string_view text);
+
 // Throws as unicode::to_wide, before anything is appended.
 void append_wide(string_view text, std::uint32_t code_page, wstring& out);
 // The same as unicode::try_to_wide: false where append_wide throws; nothing is appended then.

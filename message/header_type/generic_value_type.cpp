@@ -9,6 +9,13 @@
 
 namespace tackle::internet::message2::header_type {
 
+namespace {
+
+// To ask a code page what it does to letters takes as long as some conversions, and most fields have only a few.
+constexpr unsigned worth_asking = 16;
+
+} // namespace
+
 void generic_value_type::set_charset(string_view charset) {
     charset_ = charset;
     code_page_ = unicode::code_page_of(charset);
@@ -27,6 +34,17 @@ void generic_value_type::restore_charset() noexcept {
     if (!changed_) return;
     charset_.swap(charset_before_);
     code_page_ = code_page_before_;
+}
+
+// A conversion takes a lock in some code pages, and a value can have a text to convert for every other byte.
+bool generic_value_type::reads_as_letters(string_view text) {
+    if (keeps_ascii(code_page_) || !is_letters(text)) return false; // needs no conversion anyway
+    if (asked_page_ != code_page_) {
+        if (++not_asked_ < worth_asking) return false;
+        keeps_letters_ = keeps_letters(code_page_);
+        asked_page_ = code_page_;
+    }
+    return keeps_letters_;
 }
 
 bool generic_value_type::is_plain(string_view raw) const {
@@ -78,6 +96,10 @@ bool generic_value_type::decode_pieces(string_view raw, wstring& out, unreadable
 // either side stands for itself, byte for byte.
 generic_value_type::piece_kind generic_value_type::decode_piece(string_view piece, wstring& out, unreadable how) {
     const auto append = [&](string_view text, piece_kind kind) {
+        if (reads_as_letters(text)) {
+            unicode::append_raw(text, out);
+            return kind;
+        }
         if (how == unreadable::raises) {
             append_wide(text, code_page_, out);
             return kind;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/text/text.h"
+#include "foundation/text/unicode.h"
 
 #include <cstdint>
 
@@ -59,6 +59,7 @@ private:
     piece_kind decode_piece(string_view piece, wstring& out, unreadable how);
     void change_charset(string_view charset);
     void restore_charset() noexcept;
+    bool reads_as_letters(string_view text);
 
     string charset_ = "iso-8859-1";
     std::uint32_t code_page_ = 28591; // that of charset_; looked up once a charset, not once a word
@@ -67,6 +68,10 @@ private:
     string charset_before_;
     std::uint32_t code_page_before_ = 0;
     bool changed_ = false;
+    // Whether the code page keeps letters, once it was asked.
+    std::uint32_t asked_page_ = unicode::raw_code_page;
+    bool keeps_letters_ = true;
+    unsigned not_asked_ = 0; // words of letters converted instead
 };
 
 } // namespace tackle::internet::message2::header_type

@@ -39,6 +39,8 @@ TEST(unstructured_value, decodes_encoded_words) {
         {"an unknown encoding leaves its charset", "=?utf-8?X?\xC3\xA9?= \xC3\xA9", u"=?utf-8?X?\u00E9?= \u00E9",
          "utf-8"},
         {"charset lasts for the plain text after it", "=?koi8-r?Q?=C1?= \xC1", u"\u0430 \u0430", "koi8-r"},
+        {"plain letters and an escape of their charset", "=?utf-7?Q?x?= a+AOk- b", u"x a\u00E9 b", "utf-7"},
+        {"letters that are others in their charset", "=?ibm037?Q?=81?= \x81 a", u"a a /", "ibm037"},
         {"no charset gives the bytes", "=??Q?=C1?=", u"\u00C1", ""},
         {"a question mark too many", "=?utf-8?Q?a?b?=", u"=?utf-8?Q?a?b?="},
         {"two words in one piece", "=?utf-8?Q?a?==?utf-8?Q?b?=", u"=?utf-8?Q?a?==?utf-8?Q?b?="},
