@@ -43,6 +43,7 @@ TEST(coding, decodes_any_bytes) {
         {"hexadecimal: padding is no digit", hex_decode, "41=", true, "->A", "0x3D"},
         {"quoted-printable: an escape without digits is text", quoted_printable_decode, "a=ZZb", false, "->a=ZZb", ""},
         {"quoted-printable: an escape inside a bad one", quoted_printable_decode, "==41=4=42", false, "->=A=4B", ""},
+        {"quoted-printable: NUL is no digit", quoted_printable_decode, "=4\0"s, false, "->=4\0"s, ""},
         {"quoted-printable: cut off after =", quoted_printable_decode, "a=", true, "->a=", ""},
         {"quoted-printable: cut off after one digit", quoted_printable_decode, "a=4", true, "->a=4", ""},
         {"quoted-printable: escapes among long text", quoted_printable_decode, "0123456=e2 01234567=E40", true,
