@@ -13,7 +13,7 @@
  * see BRMX_Engine_Shutdown. Functions that work on different sessions run side by side. A session serves one call at
  * a time: a second one gets session_busy and is not queued. Scans, reports and revokes ask for the session last: while
  * another thread sets the server group or shuts down they wait for that. A thread that is inside a function must not be
- * cancelled or ended. The calling convention is the platform's default.
+ * cancelled or ended, and needs 64 KB of stack. The calling convention is the platform's default.
  *
  * Text is UTF-16 in units of brmx_char, with an explicit length in units: no terminator is read or written. A trace
  * quotes the message, whose sender can put lone surrogates there: convert it with a replacement for these.

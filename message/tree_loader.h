@@ -2,6 +2,8 @@
 
 #include "message/part.h"
 
+#include <exception>
+
 namespace tackle::internet::message2 {
 
 // Fills a bare part, the root of a tree, from the bytes of a message.
@@ -29,9 +31,16 @@ private:
     };
     using attached_messages = std::vector<attached_message>;
 
-    template <typename release_function>
-    static void load(part& root, string_view message, unsigned depth, bool no_files, const release_function& release);
-    static void load(part& root, string&& message, unsigned depth, bool no_files);
+    // What a walk has found, how many of these have been parsed, and what ended it.
+    struct walked_message {
+        attached_messages found;
+        std::size_t next = 0;
+        std::exception_ptr failure;
+    };
+
+    static walked_message walk(attached_message message);
+    static walked_message walk(part& root, string_view message, unsigned depth, bool no_files);
+    static void load_attached(walked_message first);
 
     // What the walk does to a part.
     static std::unique_ptr<part> make_bare() { return std::unique_ptr<part>(new part(part::bare())); }
