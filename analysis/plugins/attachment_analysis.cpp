@@ -1,6 +1,6 @@
 #include "analysis/plugins/attachment_analysis.h"
 
-#include "analysis/plugins/executable_test.h"
+#include "analysis/plugins/executable_files.h"
 #include "foundation/text/format.h"
 #include "message/part_walk.h"
 

@@ -1,8 +1,8 @@
 #include "analysis/plugins/header_analysis.h"
 
 #include "analysis/origin_address.h"
-#include "analysis/plugins/executable_test.h"
-#include "analysis/plugins/root_tests.h"
+#include "analysis/plugins/executable_files.h"
+#include "analysis/plugins/root_analysis.h"
 #include "deployment/deployment.h"
 #include "foundation/text/format.h"
 #include "foundation/text/strings.h"

@@ -1,4 +1,4 @@
-#include "analysis/plugins/root_tests.h"
+#include "analysis/plugins/root_analysis.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "analysis/plugins/executable_test.h"
+#include "analysis/plugins/executable_files.h"
 
 #include "foundation/text/format.h"
 #include "foundation/text/strings.h"

@@ -1,4 +1,4 @@
-#include "analysis/plugins/root_tests.h"
+#include "analysis/plugins/root_analysis.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ string names_of(const test_result_list& results) {
     return all;
 }
 
-TEST(root_tests, look_at_the_root_as_a_whole) {
+TEST(root_analysis, look_at_the_root_as_a_whole) {
     const struct {
         const char* label;
         const char* message;
@@ -79,7 +79,7 @@ TEST(root_tests, look_at_the_root_as_a_whole) {
 }
 
 // The digests come from another implementation of MD5: of customer, account and item in UTF-8 and the key word.
-TEST(root_tests, accept_a_valid_mark_of_the_online_service) {
+TEST(root_analysis, accept_a_valid_mark_of_the_online_service) {
     const struct {
         const char* label;
         const char* mark;
