@@ -1,6 +1,8 @@
 #include "message/delimiter_set.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 #if defined(__SSE2__)
 #include <bit>
@@ -25,7 +27,11 @@ void delimiter_set::add(string_view boundary, std::size_t owner) {
     const auto place = std::find_if(entries_.begin(), entries_.end(), [&](const entry& e) {
         return before(boundary, e.boundary) || (e.boundary == boundary && owner < e.owner);
     });
-    entries_.insert(place, {string(boundary), owner});
+    entry added{string(boundary), owner};
+    const std::size_t length = std::min(boundary.size(), sizeof added.begin);
+    std::memcpy(&added.begin, boundary.data(), length);
+    std::memset(&added.mask, 0xFF, length);
+    entries_.insert(place, std::move(added));
     ++first_bytes_[static_cast<std::uint8_t>(boundary.front())];
     ++lengths_[length_class(boundary)];
 }
@@ -52,10 +58,14 @@ bool delimiter_set::may_begin_at(string_view text, std::size_t line) const {
     const string_view rest = text.substr(line + dashes.size());
     if (first_bytes_[static_cast<std::uint8_t>(rest.front())] == 0) return false;
     if (entries_.size() >= many) return true;
+    std::uint64_t begin = 0;
+    if (rest.size() < sizeof begin) return true;
+    std::memcpy(&begin, rest.data(), sizeof begin);
     return std::any_of(entries_.begin(), entries_.end(), [&](const entry& e) {
-        if (!rest.starts_with(e.boundary)) return false;
-        return rest.size() == e.boundary.size() || is_line_end(rest[e.boundary.size()]) ||
-               rest[e.boundary.size()] == dashes.front();
+        if ((begin & e.mask) != e.begin || !rest.starts_with(e.boundary)) return false;
+        if (rest.size() == e.boundary.size()) return true;
+        const char next = rest[e.boundary.size()];
+        return is_line_end(next) || next == dashes.front();
     });
 }
 

@@ -35,6 +35,9 @@ private:
     struct entry {
         string boundary; // a copy: that of the part may be replaced while its body is stored
         std::size_t owner;
+        // The first eight bytes of the boundary, and the bits that it has of them.
+        std::uint64_t begin = 0;
+        std::uint64_t mask = 0;
     };
     [[nodiscard]] bool may_begin_at(string_view text, std::size_t line) const;
     [[nodiscard]] const entry* find_boundary(string_view boundary) const;
