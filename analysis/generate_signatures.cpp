@@ -41,6 +41,9 @@ void sort_and_unify(signature_list& signatures) {
         return left.type == right.type && left.value == right.value;
     };
     signatures.erase(std::unique(signatures.begin(), signatures.end(), same), signatures.end());
+    // A million files can have one signature between them.
+    constexpr std::size_t many = 1024;
+    if (signatures.capacity() > std::max(many, signatures.size() * 2)) signatures.shrink_to_fit();
 }
 
 } // namespace

@@ -18,9 +18,10 @@ struct trace_line {
     tackle::wstring text;
 };
 
-// The lines of one operation, as many as fit in 32 bits. Blocks open with a heading that ends in a colon, and whoever opens a block that is not
-// the first writes an empty line before it; open_block does both. All text lies in one buffer, and the lines of parts are
-// written when they are read: a message can consist of millions of parts that are smaller than their lines.
+// The lines of one operation, as many as fit in 32 bits. Blocks open with a heading that ends in a colon, and whoever
+// opens a block that is not the first writes an empty line before it; open_block does both. All text lies in one buffer,
+// and the lines of parts are written when they are read: a message can consist of millions of parts that are smaller
+// than their lines.
 class trace_list {
 public:
     // One line of all texts, one behind the other, even if they hold line ends.

@@ -89,7 +89,6 @@ void reduce(const part& root, wstring& text, const tackle::html::text_set& links
     if (!links.empty()) scan_links(root, links, uris);
     if (text.size() < uri_scan_limit) scan_text_for_uris(text, uris);
     if (may_spell_uris(text)) {
-        tokens.clear();
         tokenise(text, tokens, dot_mode);
         scan_spoken_uris(tokens, uris);
     }

@@ -142,8 +142,7 @@ public:
     // set that differ from the bit in front.
     void cut() {
         constexpr auto step = word_units::at_once;
-        constexpr std::size_t usual_length = 6; // of a word with what stands behind it
-        tokens_.reserve(tokens_.size() + text_.size() / usual_length);
+        tokens_.start(text_);
         std::uint64_t last = 0;
         std::size_t word = 0; // where the last one begins
         for (std::size_t begin = 0; begin < text_.size(); begin += step) {
@@ -170,7 +169,7 @@ private:
             add_word(begin, end);
         }
     }
-    void add_word(std::size_t begin, std::size_t end) { tokens_.emplace_back(text_.data() + begin, end - begin); }
+    void add_word(std::size_t begin, std::size_t end) { tokens_.add(begin, end); }
     [[nodiscard]] bool is_space(std::size_t at) const { return (classes_[text_[at]] & tackle::platform::space) != 0; }
     [[nodiscard]] bool starts_link(std::size_t begin) const {
         if (begin != 0 && !is_space(begin - 1)) return false;
@@ -298,7 +297,7 @@ void check_address_customization(const part& root, token_list& tokens, test_resu
     }
     std::ranges::sort(hits, std::greater());
     for (const auto hit : hits)
-        tokens.erase(tokens.begin() + static_cast<std::ptrdiff_t>(hit));
+        tokens.remove(hit);
 }
 
 void check_diagnostics(wstring_view text, test_result_list& test_results) {

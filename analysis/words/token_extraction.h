@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/words/folded_token_list.h"
+#include "analysis/words/token_list.h"
 #include "findings/test_result.h"
 #include "foundation/text/text.h"
 #include "message/part.h"
@@ -12,10 +13,6 @@
 // time in proportion to the text, whatever it holds (n log n for the names of recipients).
 namespace brimwarden::analysis {
 
-// Words in the order of the text, duplicates kept, none of them empty. They are views of the text that was cut up,
-// which has to live as long and must not change.
-using token_list = std::vector<tackle::wstring_view>;
-
 enum class token_mode : std::uint8_t {
     word_mode, // punctuation ends a word
     dot_mode   // a full stop ends a word, and no other punctuation
@@ -26,7 +23,7 @@ using enum token_mode;
 // everything from U+0100 up, while accented capitals of Latin-1 stay.
 void normalise_text(tackle::wstring& text);
 
-// Appends the words of a normalised text. Words behind "http:" or "https:" are none, up to the next white space; in
+// Replaces what is in `tokens` by the words of a normalised text. Words behind "http:" or "https:" are none, up to the next white space; in
 // word_mode the scheme itself is one.
 void tokenise(tackle::wstring_view text, token_list& tokens, token_mode mode);
 

@@ -149,7 +149,7 @@ TEST(fold_tokens, agrees_with_a_set_for_each_token) {
             word += static_cast<char16_t>((i % 3 == 1 ? 0x400 : 'a') + random() % range);
     }
     folded_token_list folded;
-    fold_tokens(token_list(words.begin(), words.end()), folded);
+    fold_tokens(token_list(std::vector<tackle::wstring_view>(words.begin(), words.end())), folded);
     std::vector<wstring> known;
     for (std::size_t i = 0; i < words.size(); ++i) {
         std::set<char16_t> set;
