@@ -4,7 +4,7 @@
 Prints one row for each: size, status, processor time, that of the same message at 256 KiB, and the peak memory of the
 process above that of scanning next to nothing, as a multiple of the message's size, the bytes of the file included.
 Ends with 1 if a scan crashes, gives another status than it should, takes more than five minutes, or needs more than 12
-times the size; 32 times where the message's structure is itself the bulk of it. At 256 KiB no message may take more than
+times the size; 32 times where the message's structure is itself the bulk of it, and 320 MB for 10 MB of that. At 256 KiB no message may take more than
 50 ms, and at its own size none more than that for each 256 KiB: who is slow there grows faster than the message.
 """
 
@@ -22,6 +22,7 @@ CHARSET_TABLE = pathlib.Path(__file__).parent.parent / "foundation" / "text" / "
 MB = 1_000_000
 LIMIT = 12.0
 STRUCTURE_LIMIT = 32.0
+PEAK = 320 * MB
 SMALL = 262_144
 SMALL_MS = 50.0
 SMALL_SCANS = 8
@@ -266,6 +267,8 @@ def main():
                 complaint = f"should be {wanted}"
             elif multiple is not None and multiple > limit:
                 complaint = f"more than {limit:.0f}"
+            elif size <= 10 * MB and peak > PEAK:
+                complaint = f"more than {PEAK // MB} MB"
             elif small is not None and small > SMALL_MS:
                 complaint = f"more than {SMALL_MS:.0f} ms"
             elif not options and seconds * 1000 > SMALL_MS * max(size, SMALL) / SMALL: # who writes is no scan

@@ -19,9 +19,9 @@ struct trace_line {
 };
 
 // The lines of one operation, as many as fit in 32 bits. Blocks open with a heading that ends in a colon, and whoever
-// opens a block that is not the first writes an empty line before it; open_block does both. All text lies in one buffer,
-// and the lines of parts are written when they are read: a message can consist of millions of parts that are smaller
-// than their lines.
+// opens a block that is not the first writes an empty line before it; open_block does both. All text lies in one
+// buffer, and the lines of parts are written when they are read: a message can consist of millions of parts that are
+// smaller than their lines.
 class trace_list {
 public:
     // One line of all texts, one behind the other, even if they hold line ends.
@@ -41,8 +41,9 @@ public:
 
     [[nodiscard]] std::size_t size() const { return ends_.size() + parts_.nodes.size(); }
     [[nodiscard]] bool empty() const { return size() == 0; }
-    // One line for each part of the tree, the root at indent 1, children one deeper than their parent. The two parts that
-    // play a role are marked; null marks none. Once a trace. The tree has to stay as it is as long as lines are read.
+    // One line for each part of the tree, the root at indent 1, children one deeper than their parent. The two parts
+    // that play a role are marked; null marks none. Once a trace. The tree has to stay as it is as long as lines are
+    // read.
     void list_parts(const tackle::internet::message2::part& message, const tackle::internet::message2::part* root,
                     const tackle::internet::message2::part* displayable);
     // Without a search; index has to be below size().

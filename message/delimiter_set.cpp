@@ -51,8 +51,8 @@ const delimiter_set::entry* delimiter_set::find_boundary(string_view boundary) c
     return place != entries_.end() && place->boundary == boundary ? &*place : nullptr;
 }
 
-// Whether the line that begins with two dashes at `line` goes on like one of the boundaries. Of many, some will: then it
-// is as well to search for the whole line at once.
+// Whether the line that begins with two dashes at `line` goes on like one of the boundaries. Of many, some will: then
+// it is as well to search for the whole line at once.
 bool delimiter_set::may_begin_at(string_view text, std::size_t line) const {
     constexpr std::size_t many = 4;
     const string_view rest = text.substr(line + dashes.size());

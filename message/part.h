@@ -27,8 +27,9 @@ struct attachment_info {
 // any other, lines have no limit. What stands before the first delimiter is the part's own data, what stands behind the
 // closing line is dropped. Uuencoded files in a text become children, and so does a message attached as an .eml file.
 // Parsing takes time in proportion to the message at every depth, and recurses only from depth to depth. A message
-// attached as an .eml file is one more text by its decoded size: base64 shrinks a chain of those by a quarter a link, but
-// a chain in no encoding, or of escapes that are escapes again after each decoding, is 64 texts of nearly the whole size.
+// attached as an .eml file is one more text by its decoded size: base64 shrinks a chain of those by a quarter a link,
+// but a chain in no encoding, or of escapes that are escapes again after each decoding, is 64 texts of nearly the
+// whole size.
 //
 // Loading throws depth_limit, load_failed, std::bad_alloc, and for a Content-Type whose type can't be decoded
 // unicode::generic or coding::translate::invalid_codeword. Nothing else in a message makes it fail: an unreadable
@@ -59,8 +60,8 @@ public:
 
     // Those that follow from other things are made when they are first asked for.
     [[nodiscard]] const header_list& headers() const;
-    // The last Content-Type field decided type, charset and boundary, while get_header answers the first. Lower case; not
-    // trimmed, so a blank before a semicolon stays.
+    // The last Content-Type field decided type, charset and boundary, while get_header answers the first. Lower case;
+    // not trimmed, so a blank before a semicolon stays.
     [[nodiscard]] string_view content_type() const noexcept { return body_ ? body_->type : default_type; }
     void set_content_type(string_view type);
     // Lower case, as the message spells it.

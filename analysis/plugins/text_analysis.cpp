@@ -53,8 +53,8 @@ void add_too_large(test_result_list& results) {
     add(results, u"Part.Text.Too_Large", 0.0F, u"Part is too large for fast processing");
 }
 
-// A message that shows nothing is read by its Subject, which may be as long as a displayed part: what is left of a longer
-// one is its finding.
+// A message that shows nothing is read by its Subject, which may be as long as a displayed part: what is left of a
+// longer one is its finding.
 void test_length(const part& root, wstring& text, test_result_list& results) {
     if (has_printable(text)) {
         if (text.size() < short_text) add(results, u"Part.Text.Short", 10.0F, u"Message body is short");

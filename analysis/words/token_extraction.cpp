@@ -189,7 +189,8 @@ private:
     std::size_t link_end_ = 0; // words before it lie in a link
 };
 
-// The names of recipients, in the order of the addresses. In one text: a name of one letter costs the message two bytes.
+// The names of recipients, in the order of the addresses. In one text: a name of one letter costs the message two
+// bytes.
 class name_list {
 public:
     void append(string_view name) {

@@ -23,8 +23,8 @@ using enum token_mode;
 // everything from U+0100 up, while accented capitals of Latin-1 stay.
 void normalise_text(tackle::wstring& text);
 
-// Replaces what is in `tokens` by the words of a normalised text. Words behind "http:" or "https:" are none, up to the next white space; in
-// word_mode the scheme itself is one.
+// Replaces what is in `tokens` by the words of a normalised text. Words behind "http:" or "https:" are none, up to the
+// next white space; in word_mode the scheme itself is one.
 void tokenise(tackle::wstring_view text, token_list& tokens, token_mode mode);
 
 // Appends each token to the folded list.
