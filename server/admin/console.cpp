@@ -5,6 +5,7 @@
 #include "foundation/exception.h"
 #include "foundation/text/unicode.h"
 #include "platform/random.h"
+#include "server/admin/transfer.h"
 #include "server/handler/beginnings.h"
 
 #include <algorithm>
@@ -106,6 +107,8 @@ const console::command console::commands[] = {
     {"forget-reporter", &console::forget, true},
     {"reporters", &console::reporters, false},
     {"backup", &console::back_up, true},
+    {"export", &console::export_start, true},
+    {"export page", &console::export_page, false},
     {"audit", &console::audited, false},
     {"clock", &console::set_clock, false},
 };
@@ -316,6 +319,35 @@ json console::back_up(const json& request, std::string_view) {
     served_.reporting.flush();
     served_.reporting.with_store([&](store::store& kept) { kept.back_up(path); });
     return {{"path", path}};
+}
+
+json console::export_start(const json&, std::string_view message) {
+    json lines = json::array({head_line(served_.identity_key)});
+    served_.reporting.with_store([&](store::store& kept) {
+        kept.load_signatures([&](const store::signature_row& row) {
+            if (row.marked != judgement::mark::none) lines.push_back(line_of(row));
+        });
+        for (const auto& one : kept.load_reporters())
+            lines.push_back(line_of(one));
+    });
+    json first = export_page({{"after", {0, 0}}}, message);
+    lines.insert(lines.end(), first.at("lines").begin(), first.at("lines").end());
+    first["lines"] = std::move(lines);
+    return first;
+}
+
+// "next" is there as long as there may be more. Reports wait while a page is read, and go on between two.
+json console::export_page(const json& request, std::string_view) {
+    constexpr std::size_t page = 5000;
+    const auto& after = request.at("after");
+    const auto found = served_.reporting.with_store(
+        [&](store::store& kept) { return kept.statements_after(after.at(0), after.at(1), page); });
+    json lines = json::array();
+    for (const auto& one : found)
+        lines.push_back(line_of(one));
+    json answer = {{"lines", std::move(lines)}};
+    if (found.size() == page) answer["next"] = {found.back().said.signature, found.back().reporter};
+    return answer;
 }
 
 json console::audited(const json& request, std::string_view) {

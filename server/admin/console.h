@@ -33,6 +33,8 @@ private:
     json forget(const json& request, std::string_view message);
     json reporters(const json& request, std::string_view message);
     json back_up(const json& request, std::string_view message);
+    json export_start(const json& request, std::string_view message);
+    json export_page(const json& request, std::string_view message);
     json audited(const json& request, std::string_view message);
     json set_clock(const json& request, std::string_view message);
 

@@ -49,18 +49,75 @@ void flush(daemon::community& served) {
     }
 }
 
-std::string control_path(const daemon::configuration& chosen) {
-    return chosen.socket.empty() ? chosen.state + "/control" : chosen.socket;
+// What the command line says.
+struct options {
+    std::string file, state;
+    std::vector<std::string> places;
+};
+
+daemon::configuration read(const options& given) {
+    auto chosen = given.file.empty() ? daemon::default_configuration() : daemon::read_configuration(given.file);
+    if (!given.state.empty()) chosen.state = given.state;
+    if (!given.places.empty()) chosen.addresses = daemon::parse_addresses(given.places, chosen.addresses.front().port);
+    return chosen;
 }
 
-void serve(const daemon::configuration& chosen) {
+// The signals wait while it lives, in all threads that are made meanwhile: one that comes while a server is being made
+// neither ends the process nor is lost.
+class signals_wait {
+public:
+    explicit signals_wait(bool wait) {
+        sigset_t all;
+        sigemptyset(&all);
+        for (const int one : {SIGTERM, SIGINT, SIGHUP})
+            sigaddset(&all, one);
+        (void)::pthread_sigmask(wait ? SIG_BLOCK : SIG_UNBLOCK, &all, &before_);
+    }
+    ~signals_wait() { (void)::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    signals_wait(const signals_wait&) = delete;
+    signals_wait& operator=(const signals_wait&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+// Waits for a signal to end, or for one to read the configuration again; a bad one is told and changes nothing.
+class ending {
+public:
+    ending(asio::io_context& loop, const options& given)
+        : loop_(loop), given_(given), signals_(loop, SIGTERM, SIGINT, SIGHUP) {
+        wait();
+    }
+    // The configuration to go on with; nullopt: end.
+    std::optional<daemon::configuration> next;
+
+private:
+    void wait() {
+        signals_.async_wait([this](const asio::error_code& error, int number) {
+            if (error) return;
+            if (number != SIGHUP) return loop_.stop();
+            try {
+                next = read(given_);
+                loop_.stop();
+            } catch (const std::exception& problem) {
+                std::fprintf(stderr, "brmx-communityd: goes on as before: %s\n", problem.what());
+                wait();
+            }
+        });
+    }
+    asio::io_context& loop_;
+    const options& given_;
+    asio::signal_set signals_;
+};
+
+// Until a signal; the configuration to begin anew with, so that each of its settings counts.
+std::optional<daemon::configuration> serve(const daemon::configuration& chosen, const options& given) {
     daemon::community served(chosen);
     admin::console commands(served);
     asio::io_context loop;
     asio::thread_pool workers(std::max(2U, std::thread::hardware_concurrency()));
-    asio::signal_set signals(loop, SIGTERM, SIGINT);
-    signals.async_wait([&](const asio::error_code&, int) { loop.stop(); });
-    admin::control control(loop, workers, control_path(chosen), commands);
+    ending until(loop, given);
+    admin::control control(loop, workers, daemon::control_path(chosen), commands);
     std::deque<listen::datagrams> datagrams;
     std::deque<listen::connections> connections;
     for (const auto& here : chosen.addresses) {
@@ -74,10 +131,14 @@ void serve(const daemon::configuration& chosen) {
     for (const auto& here : chosen.addresses)
         std::fprintf(stderr, "brmx-communityd: listening at %s\n", listen::to_text(here).c_str());
     notify("READY=1");
-    loop.run();
-    notify("STOPPING=1");
+    {
+        const signals_wait no_more(false);
+        loop.run();
+    }
+    notify(until.next ? "RELOADING=1" : "STOPPING=1");
     workers.join(); // reports under way are finished
     flush(served);
+    return until.next;
 }
 
 } // namespace
@@ -87,26 +148,26 @@ void serve(const daemon::configuration& chosen) {
 int main(int count, char** arguments) {
     using namespace brimwarden::server;
     CLI::App program("A server of a community that knows which mail is spam");
-    std::string file;
-    std::string state;
-    std::vector<std::string> places;
+    communityd::options given;
     bool check = false;
-    program.add_option("--config", file, "TOML file; without it: loopback alone, port 2409")->check(CLI::ExistingFile);
-    program.add_option("--state", state, "folder of the state, whatever the configuration says");
-    program.add_option("--listen", places, "IPv4 address, whatever the configuration says")->check(CLI::ValidIPV4);
+    program.add_option("--config", given.file, "TOML file; without it: loopback alone, port 2409")
+        ->check(CLI::ExistingFile);
+    program.add_option("--state", given.state, "folder of the state, whatever the configuration says");
+    program.add_option("--listen", given.places, "IPv4 address, whatever the configuration says")
+        ->check(CLI::ValidIPV4);
     program.add_flag("--check", check, "read the configuration, say what is wrong, and end");
     program.set_version_flag("--version", BRMX_SERVER_VERSION);
     CLI11_PARSE(program, count, arguments);
     std::signal(SIGPIPE, SIG_IGN);
     try {
-        auto chosen = file.empty() ? daemon::default_configuration() : daemon::read_configuration(file);
-        if (!state.empty()) chosen.state = state;
-        if (!places.empty()) chosen.addresses = daemon::parse_addresses(places, chosen.addresses.front().port);
+        std::optional chosen = communityd::read(given);
         if (check) {
             std::puts("The configuration is good.");
             return 0;
         }
-        communityd::serve(chosen);
+        const communityd::signals_wait for_a_server(true);
+        while (chosen)
+            chosen = communityd::serve(*chosen, given);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "brmx-communityd: %s\n", error.what());

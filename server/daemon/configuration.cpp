@@ -168,6 +168,10 @@ std::vector<listen::address> parse_addresses(const std::vector<std::string>& nam
     return all;
 }
 
+std::string control_path(const configuration& chosen) {
+    return chosen.socket.empty() ? chosen.state + "/control" : chosen.socket;
+}
+
 configuration default_configuration() {
     configuration made;
     for (std::uint32_t host = first_loopback; host <= last_loopback; ++host)

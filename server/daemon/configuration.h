@@ -35,6 +35,9 @@ struct configuration {
 // known, a value of the wrong kind or out of its range.
 [[nodiscard]] configuration read_configuration(const std::string& path);
 
+// Where the operator's socket file is.
+[[nodiscard]] std::string control_path(const configuration& chosen);
+
 // Throws bad_configuration for a name that is no IPv4 address: the protocol has no other.
 [[nodiscard]] std::vector<listen::address> parse_addresses(const std::vector<std::string>& names, std::uint16_t port);
 

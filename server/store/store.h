@@ -93,6 +93,13 @@ struct audit_line {
     std::string why;
 };
 
+// What another server of the community knows.
+struct merged {
+    std::vector<statement_by> statements;
+    std::vector<reporter> reporters;
+    std::vector<signature_row> marks;
+};
+
 enum class message_state : std::uint8_t { none, reported, revoked };
 
 // One thread at a time; the handler sees to it. An operation that changes something returns when the change is durable,
@@ -113,10 +120,14 @@ public:
     // The words on a signature, at most so many.
     virtual std::vector<statement_by> statements_on(identity signature, std::size_t most) = 0;
     virtual std::vector<statement> statements_of(reporter_id who) = 0;
+    // All statements in pages: those after a signature and a reporter, in this order, at most so many.
+    virtual std::vector<statement_by> statements_after(identity signature, reporter_id who, std::size_t most) = 0;
 
     virtual void append(const change& made, const std::vector<reporter>& reporters) = 0;
     // Everything that this mailbox ever said.
     virtual void forget(reporter_id who) = 0;
+    // In one piece. Statements replace; reporters and marks that are here already stay.
+    virtual void merge(const merged& other) = 0;
     // May be lost with the last seconds before a crash.
     virtual void save_signatures(const std::vector<signature_row>& rows) = 0;
 

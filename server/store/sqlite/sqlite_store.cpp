@@ -144,6 +144,23 @@ std::vector<statement> sqlite_store::statements_of(reporter_id who) {
     return found;
 }
 
+std::vector<statement_by> sqlite_store::statements_after(identity signature, reporter_id who, std::size_t most) {
+    query page(database_, "SELECT reporter, " STATEMENT_COLUMNS " FROM statements WHERE (signature, reporter) > (?, ?) "
+                          "ORDER BY signature, reporter LIMIT ?");
+    std::vector<statement_by> found;
+    page.with(signature, who, std::uint64_t{most});
+    while (page.step())
+        found.push_back({small(page, 0), read_statement(page, 1)});
+    return found;
+}
+
+void sqlite_store::save_statement(reporter_id who, const statement& said) {
+    put_statement_
+        .with(said.signature, who, static_cast<std::uint64_t>(said.kind), said.whole, said.wanted, said.weight,
+              said.messages, said.at)
+        .finish();
+}
+
 void sqlite_store::append(const change& made, const std::vector<reporter>& reporters) {
     transaction whole(database_);
     if (made.reported || made.wanted)
@@ -151,10 +168,7 @@ void sqlite_store::append(const change& made, const std::vector<reporter>& repor
     else
         drop_message_.with(made.reporter, made.message).finish();
     for (const auto& said : made.said)
-        put_statement_
-            .with(said.signature, made.reporter, static_cast<std::uint64_t>(said.kind), said.whole, said.wanted,
-                  said.weight, said.messages, said.at)
-            .finish();
+        save_statement(made.reporter, said);
     for (const identity signature : made.withdrawn)
         drop_statement_.with(signature, made.reporter).finish();
     for (const auto& one : reporters)
@@ -167,6 +181,23 @@ void sqlite_store::forget(reporter_id who) {
     for (const char* table : {"DELETE FROM statements WHERE reporter = ?", "DELETE FROM messages WHERE reporter = ?",
                               "DELETE FROM reporters WHERE id = ?"})
         query(database_, table).with(who).finish();
+    whole.commit();
+}
+
+void sqlite_store::merge(const merged& other) {
+    transaction whole(database_);
+    query reporters(database_, "INSERT OR IGNORE INTO reporters VALUES (?, ?, ?, ?, ?, ?)");
+    query marks(database_, "INSERT INTO signatures VALUES (?, ?, ?, ?, ?, 0, 0, 0) "
+                           "ON CONFLICT (id) DO UPDATE SET mark = excluded.mark WHERE mark = 0");
+    for (const auto& one : other.statements)
+        save_statement(one.reporter, one.said);
+    for (const auto& one : other.reporters)
+        reporters.with(one.id, one.trust, one.reports, one.revokes, one.confirmed, one.contradicted).finish();
+    for (const auto& one : other.marks)
+        marks
+            .with(one.id, static_cast<std::uint64_t>(one.kind), one.whole, static_cast<std::uint64_t>(one.marked),
+                  one.first)
+            .finish();
     whole.commit();
 }
 

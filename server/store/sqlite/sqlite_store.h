@@ -19,8 +19,10 @@ public:
     std::optional<statement> statement_of(reporter_id who, identity signature) override;
     std::vector<statement_by> statements_on(identity signature, std::size_t most) override;
     std::vector<statement> statements_of(reporter_id who) override;
+    std::vector<statement_by> statements_after(identity signature, reporter_id who, std::size_t most) override;
     void append(const change& made, const std::vector<reporter>& reporters) override;
     void forget(reporter_id who) override;
+    void merge(const merged& other) override;
     void save_signatures(const std::vector<signature_row>& rows) override;
     void save_credential(const credential& row) override;
     void set_mark(const signature_row& row) override;
@@ -31,6 +33,7 @@ public:
     void back_up(const std::string& path) override;
 
 private:
+    void save_statement(reporter_id who, const statement& said);
     void save_row(const signature_row& row);
 
     database database_; // before the statements, which end first
