@@ -114,7 +114,10 @@ TEST(real_mutex, is_free_when_its_thread_has_died) {
         });
         EXPECT_TRUE(lock.enter(timeout_ms));
         lock.leave();
-        std::jthread([&] { EXPECT_TRUE(lock.enter(0)); }); // whole again
+        std::jthread([&] {
+            EXPECT_TRUE(lock.enter(0)); // whole again
+            lock.leave();
+        });
     }
 }
 
