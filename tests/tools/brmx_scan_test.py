@@ -117,7 +117,9 @@ class brmx_scan(unittest.TestCase):
             path.chmod(0o604)
             mode = path.stat().st_mode
             self.assertEqual(run("--state", str(path), MARKED)[0], 0)
-            self.assertEqual((path.read_bytes(), path.stat().st_mode), (b"1\rF\r\rA\r", mode))
+            self.assertEqual(path.read_bytes(), b"1\rF\r\rA\r")
+            if len(COMMAND) == 1:  # Windows has no mode to keep
+                self.assertEqual(path.stat().st_mode, mode)
             path.write_bytes(b"nonsense")
             status, out, error = run("--state", str(path), MARKED)
             self.assertEqual((status, out, path.read_bytes()), (1, "", b"nonsense"))
