@@ -7,19 +7,19 @@ namespace {
 const char* advice(engine_status status) {
     switch (status) {
     case message_too_deep:
-        return "parts nested more than 64 deep, which no honest message needs";
+        return "parts nested more than 64 deep, which no mail program writes";
     case community_unavailable:
         return "name a server group with --community";
     case community_discovery_pending:
-        return "no server has answered yet; --health tells more";
+        return "no server has answered yet; try --health";
     case community_protocol_error:
-        return "an answer made no sense, or with --timeout 0 did not come; try again";
+        return "an answer was invalid, or with --timeout 0 was lost; try again";
     case community_timed_out:
-        return "no answer in time; --timeout gives more";
+        return "no answer in time; allow more with --timeout";
     case community_invalid_credentials:
-        return "the servers refuse them; see --credentials";
+        return "the servers refuse the credentials; see --credentials";
     case status_out_of_memory:
-        return "fewer --jobs need less";
+        return "fewer --jobs need less memory";
     default:
         return nullptr;
     }

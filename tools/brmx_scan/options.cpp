@@ -23,33 +23,33 @@ What is shown:
                   probability, trace as a list of [indent, text], languages as a
                   list of objects with lcid, tag and relevance, and statistics of
                   the community
-  --sort          print the most probable spam first, when all is scanned
-  --summary[=WHEN]  print numbers and a histogram behind more than one message,
-                  on standard error: always, never, or auto, on a terminal
+  --sort          print the most probable spam first, after the last scan
+  --summary[=WHEN]  print totals and a histogram on standard error: always,
+                  never, or auto, after several messages on a terminal
   --color[=WHEN]  always, never, or auto, on a terminal without NO_COLOR
 
 What is read:
-  --mbox[=WHEN]   take files for an mbox: always, never, or auto, if they are
+  --mbox[=WHEN]   read files as an mbox: always, never, or auto, if they are
                   called mbox or *.mbox or look like more than one message
   --jobs N        scan with N threads; the order of the output stays the same
-  --fail-above N  end with 3 if a message has more than N
+  --fail-above N  exit with status 3 if a message has more than N
 
 The community of servers:
-  --community GROUP  ask the servers that this host name stands for
-  --rediscover SECONDS  look the host name up again so often
-  --timeout MS    wait so long for an answer (10000)
-  --credentials MODE:ID:SECRET  who asks; better in the environment variable
-                  BRMX_CREDENTIALS, which others cannot read
-  --report        report the messages as spam to the community, whole
-  --revoke        take such reports back
-  --health        tell how many servers can be reached
+  --community GROUP  ask the servers at the addresses of this host name
+  --rediscover SECONDS  look up the host name again at this interval
+  --timeout MS    wait at most so long for an answer (default 10000)
+  --credentials MODE:ID:SECRET  identify to the servers; better set in the
+                  environment as BRMX_CREDENTIALS, which others cannot read
+  --report        report the messages as spam; sends them whole
+  --revoke        withdraw such reports
+  --health        print how many servers can be reached
   --state FILE    keep the server group and the count of sessions in this file
 
   --help          print this text
   --version       print the versions of the library and its build
 
-Exit status: 0 all went well, 1 some messages could not be scanned or told,
-2 wrong usage, 3 all were scanned and some are above the number of --fail-above.
+Exit status: 0 success, 1 some messages could not be scanned, reported or
+revoked, 2 wrong usage, 3 all were scanned and some are above --fail-above.
 )";
 
 namespace {
@@ -111,7 +111,7 @@ struct setting {
     std::string_view takes; // for the message that says what is wrong
     bool (*set)(options&, std::string_view value);
 };
-constexpr std::string_view one_of_when = "auto, always or never behind a \"=\"";
+constexpr std::string_view one_of_when = "auto, always or never after a \"=\"";
 constexpr auto any_number = std::numeric_limits<std::uint32_t>::max();
 constexpr setting settings[] = {
     {"--jobs", "a number from 1 to 1024",
@@ -135,7 +135,7 @@ constexpr setting settings[] = {
      [](options& o, std::string_view value) { return read_number(value, any_number, o.rediscovery_seconds); }},
     {"--timeout", "a number of milliseconds",
      [](options& o, std::string_view value) { return read_number(value, any_number, o.asked.timeout_ms); }},
-    {"--credentials", "MODE:ID:SECRET with two numbers in front, in UTF-8",
+    {"--credentials", "MODE:ID:SECRET in UTF-8, MODE and ID being numbers",
      [](options& o, std::string_view value) { return read_credentials(value, o.asked.identity); }},
     {"--state", "a file name",
      [](options& o, std::string_view value) {
@@ -160,7 +160,7 @@ std::string unknown_option(std::string_view name) {
     return nearest.empty() ? text : text + "; did you mean " + std::string(nearest) + '?';
 }
 
-// Takes one option, and its value from the argument behind it unless it is joined by "=". Returns what is wrong.
+// Takes one option; its value is joined by "=" or is the next argument. Returns the error message, empty without error.
 std::string take_option(const std::vector<std::string>& arguments, std::size_t& index, options& values) {
     const std::string_view argument = arguments[index];
     if (const auto* known = std::ranges::find(flags, argument, &flag::name); known != std::end(flags)) {
@@ -175,7 +175,7 @@ std::string take_option(const std::vector<std::string>& arguments, std::size_t& 
         return is_flag ? std::string(name) + " takes no value" : unknown_option(name);
     }
     const bool joined = equals != argument.npos;
-    if (!joined && index + 1 == arguments.size()) return std::string(name) + " needs a value behind it";
+    if (!joined && index + 1 == arguments.size()) return std::string(name) + " needs a value";
     const std::string_view value = joined ? argument.substr(equals + 1) : std::string_view(arguments[++index]);
     if (known->set(values, value)) return {};
     return std::string(name) + " takes " + std::string(known->takes);
@@ -199,7 +199,7 @@ parsed_options parse_options(const std::vector<std::string>& arguments) {
     }
     const auto from_environment = environment_value("BRMX_CREDENTIALS");
     if (!values.asked.identity && from_environment && !read_credentials(*from_environment, values.asked.identity)) {
-        result.error = "BRMX_CREDENTIALS has to be MODE:ID:SECRET with two numbers in front, in UTF-8";
+        result.error = "BRMX_CREDENTIALS must be MODE:ID:SECRET in UTF-8, MODE and ID being numbers";
     } else if (values.paths.empty() && !values.help && !values.version && !values.health) {
         result.error = "no message given; name files, directories, or - for standard input";
     }
