@@ -53,7 +53,7 @@ struct community_statistics {
 struct scan_result {
     engine_status status = status_ok;
     std::optional<int> probability;
-    std::string trace; // of the scan, and behind it that of the languages, as questions::trace wrote them
+    std::string trace; // of the scan, then that of the languages, as questions::trace wrote them
     std::vector<language_share> languages;
     community_statistics statistics;
 };

@@ -9,7 +9,7 @@
 // What the program needs from the system it runs on and C++ does not offer. All text is UTF-8.
 namespace brmx_scan {
 
-int run(const std::vector<std::string>& arguments); // main.cpp: the program behind the system's own entry point
+int run(const std::vector<std::string>& arguments); // main.cpp: the program, called by the system's own entry point
 
 // The value of an environment variable; nothing if it is not set.
 [[nodiscard]] std::optional<std::string> environment_value(const char* name);

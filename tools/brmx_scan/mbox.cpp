@@ -67,7 +67,7 @@ std::string_view mbox_reader::take_line() {
 bool mbox_reader::next(std::string& message, std::uint64_t& size) {
     message = std::exchange(carried_, {});
     size = message.size();
-    std::string candidate; // may be the first line of the next message: the line behind it will tell
+    std::string candidate; // may be the first line of the next message: the next line decides
     bool line_start = message.empty() || message.ends_with('\n');
     bool after_empty = false;
     const auto add = [&](std::string_view text) {

@@ -13,7 +13,7 @@ constexpr std::uint64_t largest_message = 0xFFFFFFFF;
 // Cuts an mbox into messages while it is read, front to back: no more than a message and one block is in memory,
 // whatever the size of the file, so a pipe will do.
 //
-// A message begins at the start of the file, behind empty lines, and at every line "From " that holds a time and a
+// A message begins at the start of the file, after empty lines, and at every line "From " that holds a time and a
 // year, follows an empty line and is followed by a header field. So strict, because some programs write the word into a
 // text as it is.
 class mbox_reader {

@@ -23,7 +23,7 @@ struct look {
     bool color = false;
     std::optional<int> limit; // what is above it is red, and the rest green
 };
-// Before the number and behind it; both empty without colours.
+// Before and after the number; both empty without colours.
 [[nodiscard]] const char* color_of(int probability, const look& chosen) noexcept;
 [[nodiscard]] const char* color_end(const look& chosen) noexcept;
 
