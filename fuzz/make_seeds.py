@@ -136,10 +136,14 @@ HEADS = {
 }
 
 
+def entries_of(dictionary):
+    written = re.findall(r'^"(.*)"$', dictionary.read_text(encoding="utf-8"), re.MULTILINE)
+    return [entry.encode("latin-1").decode("unicode_escape").encode("latin-1") for entry in written]
+
+
 def large_inputs(dictionary):
     chance = random.Random(dictionary.name)
-    written = re.findall(r'^"(.*)"$', dictionary.read_text(encoding="utf-8"), re.MULTILINE)
-    entries = [entry.encode("latin-1").decode("unicode_escape").encode("latin-1") for entry in written]
+    entries = entries_of(dictionary)
     repeated = chance.sample(entries, min(6, len(entries)))
     repeated += [first + second for first, second in (chance.sample(entries, 2) for _ in range(4))]
     repeated += [b"".join(chance.choices(entries, k=500)) for _ in range(2)]
@@ -148,7 +152,18 @@ def large_inputs(dictionary):
             yield (head + entry * (LARGEST // len(entry) + 1))[:LARGEST]
 
 
+def combined(dictionary, count):
+    """Few entries in many orders, short enough for the comparison with the literal rules that a target makes."""
+    chance = random.Random(dictionary.name)
+    entries = entries_of(dictionary)
+    for _ in range(count):
+        chosen = chance.sample(entries, 7) + [b" ", b"a.b", b"x", b"/", b"4", b"1"]
+        yield b" ".join(b"http:x" + b"".join(chance.choices(chosen, k=20)) for _ in range(8))[:1000]
+
+
 def write_large(folder):
+    for count, content in enumerate(combined(pathlib.Path(__file__).with_name("uri_extraction.dict"), 500)):
+        (folder / "uri_extraction" / f"combined_{count:03}").write_bytes(content)
     for dictionary in sorted(pathlib.Path(__file__).parent.glob("*.dict")):
         place = folder / "large" / dictionary.stem
         place.mkdir(parents=True, exist_ok=True)

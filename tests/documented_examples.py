@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
 """Checks that every example in the table of tests shows the finding that its row is about.
 
-    documented_examples.py PROGRAM DOCUMENT SAMPLES [COLLECTION]
+    documented_examples.py PROGRAM DOCUMENT SAMPLES
 
-Rows are "| name | points | meaning | example |". An example is "samples/...", looked for below SAMPLES, or
-"folder/number", a message of the mail COLLECTION and skipped without it; "as delivered" takes the line off that the
-collection has put on top. What is "asked" needs an answer of a community and is left to the tests that have one.
+Rows are "| name | points | meaning | example |". An example is "samples/...", looked for below SAMPLES, or another one,
+which is not checked. What is "asked" needs an answer of a community and is left to the tests that have one.
 """
 
 import json
@@ -36,26 +35,17 @@ def findings(program, message):
     return found
 
 
-def messages(example, samples, collection):
-    if "asked" in example:
-        return
-    for path in re.findall(r"samples/([\w/.-]+\.eml)", example):
+def messages(example, samples):
+    for path in re.findall(r"samples/([\w/.-]+\.eml)", "" if "asked" in example else example):
         yield path, (samples / path).read_bytes()
-    for folder, number, delivered in re.findall(r"\b((?:spam|easy-ham)-\d)/(\d{5})( as delivered)?", example):
-        if not collection:
-            continue
-        (path,) = (collection / folder).glob(f"{number}.*.txt")
-        content = path.read_bytes()
-        yield path.name, content.split(b"\n", 1)[1] if delivered else content
 
 
 def main():
-    program, document, samples, *collection = sys.argv[1:]
-    collection = pathlib.Path(collection[0]) if collection else None
+    program, document, samples = sys.argv[1:]
     checked = failed = 0
     for name, points, _, example in rows(pathlib.Path(document)):
         values = {float(value) for value in POINTS.get(points) or re.findall(r"\d+", points)[:2]}
-        for label, message in messages(example, pathlib.Path(samples), collection):
+        for label, message in messages(example, pathlib.Path(samples)):
             checked += 1
             if not any((name, value) in findings(program, message) for value in values):
                 failed += 1

@@ -1,11 +1,7 @@
 #pragma once
 
-#include "community/wire/packet.h"
 #include "foundation/sync/mutex.h"
-#include "network/environment.h"
-#include "network/ip4.h"
-#include "network/tcp_raw.h"
-#include "network/udp_raw.h"
+#include "tests/community_server/community_server.h"
 
 #include <cstdint>
 #include <string>
@@ -25,8 +21,7 @@ struct scripted_answer {
     std::string payload;
 };
 
-// A server of the community at a loopback address of this process's own, with two threads and without any memory: it
-// stays until the process ends.
+// A server of the community at a loopback address of this process's own.
 class scripted_peer {
 public:
     static constexpr std::string_view secret = "secret";
@@ -36,16 +31,13 @@ public:
     [[nodiscard]] const std::basic_string<brmx_char>& host() const { return host_; }
 
 private:
-    using packet = brimwarden::analysis::community::packet;
+    using server = brimwarden::community_server::server;
+    [[nodiscard]] brimwarden::community_server::behaviour
+    answer_to(server& self, const brimwarden::community_server::seen_request& request);
 
-    void serve_datagrams();
-    void serve_connections();
-    [[nodiscard]] std::string reply_to(const packet& request, bool by_connection);
-
-    tackle::internet::environment environment_;
     std::basic_string<brmx_char> host_;
     tackle::mutex lock_;
     scripted_answer answer_;
-    tackle::internet::transport::udp::raw datagrams_;
-    tackle::internet::transport::tcp::raw door_;
+    brimwarden::community_server::ip4 address_;
+    server peer_;
 };

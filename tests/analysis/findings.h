@@ -2,9 +2,7 @@
 
 #include "findings/test_result.h"
 
-#include <ostream>
 #include <string>
-#include <vector>
 
 // Findings in a form that a table of cases can hold and a failing test can print.
 namespace findings {
@@ -16,14 +14,13 @@ inline std::string narrow(tackle::wstring_view text) {
     return result;
 }
 
-// "Name 20", and " whitelist" or " blacklist" behind it.
-inline std::vector<std::string> list(const brimwarden::analysis::test_result_list& results) {
-    std::vector<std::string> lines;
-    for (const auto& result : results) {
-        lines.push_back(narrow(result.name) + ' ' + std::to_string(static_cast<int>(result.value)) +
-                        (result.whitelist ? " whitelist" : "") + (result.blacklist ? " blacklist" : ""));
-    }
-    return lines;
+// "Name 20, Name 0 whitelist".
+inline std::string joined(const brimwarden::analysis::test_result_list& results) {
+    std::string all;
+    for (const auto& result : results)
+        all += (all.empty() ? "" : ", ") + narrow(result.name) + ' ' + std::to_string(static_cast<int>(result.value)) +
+               (result.whitelist ? " whitelist" : "") + (result.blacklist ? " blacklist" : "");
+    return all;
 }
 
 } // namespace findings

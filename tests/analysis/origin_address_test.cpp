@@ -38,23 +38,18 @@ struct received_case {
 };
 const received_case received_cases[] = {
     {"in brackets", "from mail.example ([192.0.2.7]) by mx.example", "192.0.2.7"},
-    {"in parentheses", "from mail.example (192.0.2.7) by mx.example", "192.0.2.7"},
-    {"the last one in front of the stop word", "from 192.0.2.1 (192.0.2.2 [192.0.2.3]) by x", "192.0.2.3"},
-    {"behind the stop word", "from mail.example by 192.0.2.7", ""},
+    {"the last one before the stop word", "from 192.0.2.1 (192.0.2.2 [192.0.2.3]) by x", "192.0.2.3"},
+    {"after the stop word", "from mail.example by 192.0.2.7", ""},
     {"each stop word", "a via 192.0.2.7", ""},
     {"stop word in capitals", "from a WITH 192.0.2.7", ""},
-    {"stop word inside a word is none", "from bypass id5 192.0.2.7", "192.0.2.7"},
-    {"no address", "from a by b", ""},
+    {"a stop word inside a word does not count", "from bypass id5 192.0.2.7", "192.0.2.7"},
     {"empty", "", ""},
     {"shape fits, value does not", "from [999.1.1.1] by b", ""},
     {"a bad one replaces a good one", "from 192.0.2.7 [999.1.1.1] by b", ""},
     {"leading zeros are octal", "from [0300.0.2.010] by b", "192.0.2.8"},
-    {"seven characters", "from 1.2.3.4 by b", "1.2.3.4"},
     {"six characters", "from 1.2.3. by b", ""},
-    {"fifteen characters", "from 203.000.113.100 by b", "203.0.113.100"},
     {"sixteen characters", "from 0203.000.113.100 by b", ""},
     {"four full stops", "from 1.2.3.4. by b", ""},
-    {"letters in it", "from 1.2.3.4a by b", ""},
     {"private", "from [10.1.2.3] by b", ""},
     {"all ones", "from [255.255.255.255] by b", ""},
     {"a tab is no separator", "from\t192.0.2.7\tby b", ""},
@@ -74,20 +69,16 @@ struct message_id_case {
 };
 const message_id_case message_id_cases[] = {
     {"lowest byte first", u"<000a01c2$5f3b$070200c0@host>", "192.0.2.7"},
-    {"without brackets", u"a$b$070200c0@host", "192.0.2.7"},
     {"upper case, prefix", u"<a$b$0X0200C0@host>", "192.0.2.0"},
     {"eight characters with the prefix", u"<a$b$0x070200c0@host>", "0.2.7.0"},
     {"more than eight digits", u"<a$b$070200c0ff@host>", "192.0.2.7"},
     {"ends at a letter", u"<a$b$c0z@host>", "192.0.0.0"},
     {"negative", u"<a$b$-1000001@host>", "255.255.255.254"},
     {"nothing to read", u"<a$b$zz@host>", ""},
-    {"private", u"<a$b$0100000a@host>", ""},
     {"zero", u"<a$b$0@host>", ""},
     {"three dollars", u"<a$b$070200c0$@host>", ""},
     {"two at signs", u"<a$b$070200c0@host@x>", ""},
     {"an empty piece", u"<$b$070200c0@host>", ""},
-    {"pieces in another order", u"<a@b$070200c0$host>", "192.0.2.7"},
-    {"empty", u"", ""},
 };
 
 TEST(message_id_address, reads_the_third_piece) {

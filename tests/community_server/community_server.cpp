@@ -102,19 +102,8 @@ ip4 server::fresh_address() {
     return loopback_is_a_range() ? next_address(community_port) : ip4(0x7F000001, community_port);
 }
 
-// Reads as little at a time as it is told, so that a rest stays with the system.
-class server::peer_socket final : public transport::tcp::base {
-public:
-    std::size_t at_once = 8192;
-    void flush() override { send_all(std::exchange(send_buffer_, {})); }
-    void fill() override {
-        string block(at_once, '\0');
-        receive_buffer_.append(block, 0, receive(block));
-    }
-};
-
 struct server::visit {
-    peer_socket socket;
+    transport::tcp::raw socket;
     std::atomic<bool> ended = false;
     std::jthread thread;
 };
@@ -175,9 +164,11 @@ string server::reply_to(const seen_request& request, std::uint32_t indicator, st
     return reply.render();
 }
 
-string server::enciphered_reply_to(const seen_request& request, string_view payload) const {
+string server::enciphered_reply_to(const seen_request& request, string_view payload, std::uint32_t indicator) const {
     packet reply = request.header;
+    reply.reply_mark = true;
     reply.encrypted = true;
+    reply.indicator = indicator;
     reply.body = ciphered(key_of(request.header, secret_), string(payload));
     return reply.render();
 }
@@ -237,7 +228,6 @@ void server::note(const seen_request& request) {
         ++probes_;
         return;
     }
-    ++(request.by_connection ? connection_count_ : datagram_count_);
     if (!keeps_requests_) return;
     requests_.push_back(request);
     if (request.header.operation == report && request.digest_good) reports_.push_back(request.payload);
@@ -273,8 +263,7 @@ void server::serve_datagrams() {
             datagrams_.receive_from(peer, bytes, 65507);
             packet header;
             if (!header.parse(bytes)) continue;
-            seen_request request = take_apart(header);
-            request.peer = peer;
+            const seen_request request = take_apart(header);
             behaviour reply = decide(request);
             if (reply.delay_ms == 0) {
                 send(reply.answers, peer);
@@ -342,7 +331,7 @@ void server::serve_connections() {
     }
 }
 
-void server::serve_connection(peer_socket& connection) {
+void server::serve_connection(transport::tcp::raw& connection) {
     auto kind = welcome::read;
     {
         const scope lock(&lock_);
@@ -350,12 +339,8 @@ void server::serve_connection(peer_socket& connection) {
     }
     try {
         string bytes;
-        if (kind == welcome::reset) {
-            connection.at_once = 1; // closing over unread bytes is a reset
-            connection.read_some(bytes);
-        }
         if (kind == welcome::ignore) (void)ending_.wait();
-        if (kind != welcome::read) return connection.close_socket();
+        if (kind != welcome::read) return connection.close_socket(); // one may come in while the door closes
         try {
             for (;;)
                 connection.read_some(bytes);

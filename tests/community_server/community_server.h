@@ -29,7 +29,6 @@ using tackle::internet::address::ip4;
 struct seen_request {
     packet header; // with the body as it came
     bool by_connection = false;
-    ip4 peer;
     std::uint64_t credential_mode = 0;
     std::uint64_t credential_id = 0;
     bool digest_good = false;
@@ -54,8 +53,6 @@ struct answer {
 
 enum class welcome : std::uint8_t {
     read,
-    close,  // without a word
-    reset,  // with the request unread
     ignore, // open, and never read from
     refuse, // for good
 };
@@ -86,26 +83,23 @@ public:
     void learn(string wire_value, std::vector<std::uint64_t> entry);
     // What happens to connections from now on, before anything else.
     void receive_with(welcome kind);
-    // From now on nothing of the requests is kept but their number: for servers that get millions.
+    // From now on no request is kept: for servers that get millions.
     void keep_nothing();
 
     // The honest answer: header, indicator and payload.
     [[nodiscard]] behaviour honest(const seen_request& request);
     [[nodiscard]] static string reply_to(const seen_request& request, std::uint32_t indicator, string_view payload);
     // The same, and the payload enciphered as the request was.
-    [[nodiscard]] string enciphered_reply_to(const seen_request& request, string_view payload) const;
+    [[nodiscard]] string enciphered_reply_to(const seen_request& request, string_view payload,
+                                             std::uint32_t indicator = 0) const;
     [[nodiscard]] static string describe(string_view name, string_view location, string_view info);
 
     // Blocks until so many requests that are no status probes have come, and returns all of them.
     [[nodiscard]] std::vector<seen_request> wait_for(std::size_t count);
     [[nodiscard]] std::size_t probes();
-    // Requests that are no probes, as they came in, whole and with a header.
-    [[nodiscard]] std::uint64_t datagrams() const { return datagram_count_; }
-    [[nodiscard]] std::uint64_t connections() const { return connection_count_; }
     [[nodiscard]] std::vector<string> reports(); // payloads of reports with a good digest
 
 private:
-    class peer_socket;
     struct visit; // one connection and its thread
     struct late_answers {
         std::vector<answer> answers;
@@ -113,7 +107,7 @@ private:
     };
     void serve_datagrams();
     void serve_connections();
-    void serve_connection(peer_socket& connection);
+    void serve_connection(tackle::internet::transport::tcp::raw& connection);
     void send_late_answers();
     void send(const std::vector<answer>& answers, const ip4& peer);
     void drop_ended_visits();
@@ -129,8 +123,6 @@ private:
     std::vector<seen_request> requests_;
     std::vector<string> reports_;
     std::size_t probes_ = 0;
-    std::atomic<std::uint64_t> datagram_count_ = 0;
-    std::atomic<std::uint64_t> connection_count_ = 0;
     std::atomic<bool> door_closed_ = false;
     bool keeps_requests_ = true;
     welcome welcome_ = welcome::read;

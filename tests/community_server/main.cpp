@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
-// The test server as a program: community_server SECRET [VALUE=NUMBER,...]...
+// The test server as a program, for scripts: community_server SECRET [hang] [VALUE=NUMBER,...]...
 //
 // Listens at an address of the loopback range, prints it, and then each request but probes as a line of JSON, until
-// standard input ends. A VALUE is what a signature has on the wire, behind its code and in hexadecimal; the seven
-// numbers are the entry that it is answered with. A query of another secret is refused; a message with the word
-// "silence" is not answered.
+// standard input ends. A VALUE is what a signature has on the wire after its code, in hexadecimal; the seven numbers are
+// the entry that it is answered with. A query of another secret is refused; a message with the word "silence" is not
+// answered. With "hang" it asks for connections, on which its answers never end.
 namespace {
 
 using brimwarden::community_server::behaviour;
@@ -28,6 +29,12 @@ bool learn(server& self, const std::string& argument) {
         entry.push_back(std::stoull(argument.substr(at + 1)));
     self.learn(value, entry);
     return entry.size() == 7;
+}
+
+behaviour hang(server& self, const seen_request& request) {
+    if (request.header.operation == 0) return self.honest(request);
+    if (!request.by_connection) return {{{server::reply_to(request, 1, {})}}};
+    return {{{std::string(1 << 20, 'x')}}, true, true, 0, 20};
 }
 
 behaviour answer(server& self, const seen_request& request) {
@@ -51,8 +58,11 @@ behaviour answer(server& self, const seen_request& request) {
 int main(int count, char** arguments) {
     if (count < 2) return 2;
     const auto address = server::fresh_address();
-    server peer(address, arguments[1], answer);
-    if (!std::all_of(arguments + 2, arguments + count, [&](const char* known) { return learn(peer, known); })) return 2;
+    const bool hangs = count > 2 && std::string_view(arguments[2]) == "hang";
+    server peer(address, arguments[1], hangs ? hang : answer);
+    if (!std::all_of(arguments + (hangs ? 3 : 2), arguments + count,
+                     [&](const char* known) { return learn(peer, known); }))
+        return 2;
     std::printf("%s\n", address.to_string(tackle::internet::address::numeric_host).c_str());
     std::fflush(stdout);
     while (std::getchar() != EOF) {

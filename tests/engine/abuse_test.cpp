@@ -98,39 +98,37 @@ bool abuse(engine_status abused_call::*expected) {
     return right;
 }
 
-int answers_in_every_state() {
-    REQUIRE(BRMX_Engine_Shutdown() == engine_not_initialized);
-    REQUIRE(abuse(&abused_call::loaded));
-    REQUIRE(BRMX_Spam_SetCommunityServerGroup(&unit, 1, 0) == engine_not_initialized);
-    REQUIRE(BRMX_Engine_Initialize() == status_ok);
-    REQUIRE(abuse(&abused_call::running));
-    REQUIRE(BRMX_Engine_Initialize() == engine_already_initialized);
-    REQUIRE(BRMX_Engine_Shutdown() == status_ok);
-    REQUIRE(abuse(&abused_call::shut_down));
-    REQUIRE(BRMX_Spam_SetCommunityServerGroup(&unit, 1, 0) == engine_shut_down);
-    return 0;
+void answers_in_every_state() {
+    EXPECT_TRUE(BRMX_Engine_Shutdown() == engine_not_initialized);
+    EXPECT_TRUE(abuse(&abused_call::loaded));
+    EXPECT_TRUE(BRMX_Spam_SetCommunityServerGroup(&unit, 1, 0) == engine_not_initialized);
+    EXPECT_TRUE(BRMX_Engine_Initialize() == status_ok);
+    EXPECT_TRUE(abuse(&abused_call::running));
+    EXPECT_TRUE(BRMX_Engine_Initialize() == engine_already_initialized);
+    EXPECT_TRUE(BRMX_Engine_Shutdown() == status_ok);
+    EXPECT_TRUE(abuse(&abused_call::shut_down));
+    EXPECT_TRUE(BRMX_Spam_SetCommunityServerGroup(&unit, 1, 0) == engine_shut_down);
 }
 
 // A handle from the run before means nothing until the count, which goes on, has given it out; and it does not have to.
-int knows_no_handle_of_another_run() {
-    REQUIRE(BRMX_Engine_Initialize() == status_ok);
+void knows_no_handle_of_another_run() {
+    EXPECT_TRUE(BRMX_Engine_Initialize() == status_ok);
     constexpr brmx_char five_made[] = {'1', '\r', 'F', '\r', '\r', 'A', '\r'};
-    REQUIRE(BRMX_Engine_SetState(five_made, 7) == status_ok);
+    EXPECT_TRUE(BRMX_Engine_SetState(five_made, 7) == status_ok);
     for (std::uint32_t handle = 0; handle < 8; ++handle) {
-        REQUIRE(BRMX_Spam_GetProbability(handle, 0, &probability) == unknown_session);
-        REQUIRE(BRMX_Session_Destroy(handle) == unknown_session);
+        EXPECT_TRUE(BRMX_Spam_GetProbability(handle, 0, &probability) == unknown_session);
+        EXPECT_TRUE(BRMX_Session_Destroy(handle) == unknown_session);
     }
     const auto handle = client::open("");
-    REQUIRE(handle == 6);
+    EXPECT_TRUE(handle == 6);
     // Set back, the count comes by a session that lives. It is passed over, once.
-    REQUIRE(BRMX_Engine_SetState(five_made, 7) == status_ok);
-    REQUIRE(BRMX_Session_CreateFromMemory("", 0, &(out = 77)) == status_out_of_memory && out == 77);
-    REQUIRE(BRMX_Session_CreateFromMemory("", 0, &out) == status_ok && out == 7);
-    REQUIRE(BRMX_Session_Destroy(handle) == status_ok && BRMX_Session_Destroy(handle) == unknown_session);
-    return 0;
+    EXPECT_TRUE(BRMX_Engine_SetState(five_made, 7) == status_ok);
+    EXPECT_TRUE(BRMX_Session_CreateFromMemory("", 0, &(out = 77)) == status_out_of_memory && out == 77);
+    EXPECT_TRUE(BRMX_Session_CreateFromMemory("", 0, &out) == status_ok && out == 7);
+    EXPECT_TRUE(BRMX_Session_Destroy(handle) == status_ok && BRMX_Session_Destroy(handle) == unknown_session);
 }
 
-TEST_F(lifecycle, answers_in_every_state) { EXPECT_LIFE(answers_in_every_state); }
-TEST_F(lifecycle, knows_no_handle_of_another_run) { EXPECT_LIFE(knows_no_handle_of_another_run); }
+TEST(lifecycle, answers_in_every_state) { EXPECT_LIFE(answers_in_every_state); }
+TEST(lifecycle, knows_no_handle_of_another_run) { EXPECT_LIFE(knows_no_handle_of_another_run); }
 
 } // namespace

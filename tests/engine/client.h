@@ -14,7 +14,9 @@
 namespace client {
 
 using text = std::basic_string<brmx_char>;
-using line = std::pair<std::uint32_t, std::string>; // the tests' own messages give ASCII lines only
+using line = std::pair<std::uint32_t, std::string>; // the low bytes of the units; the tests' own messages give ASCII
+
+inline text wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 inline std::uint32_t open(std::string_view message) {
     std::uint32_t handle = 0;
@@ -23,7 +25,7 @@ inline std::uint32_t open(std::string_view message) {
     return handle;
 }
 
-// By the two calls that the buffer convention asks for; empty behind the end.
+// By the two calls that the buffer convention asks for; empty after the end.
 inline std::vector<line> trace_of(std::uint32_t handle) {
     std::vector<line> lines;
     for (std::uint32_t index = 0;; ++index) {

@@ -5,22 +5,12 @@
 
 namespace {
 
-class threads : public client::engine {
-protected:
-    template <typename function>
-    static void together(int count, const function& body) {
-        std::vector<std::thread> all;
-        for (int number = 0; number < count; ++number)
-            all.emplace_back(body, number);
-        for (auto& thread : all)
-            thread.join();
-    }
-};
+class threads : public client::engine {};
 
 // So many parts that a scan takes longer than asking for the session.
-std::string slow_message(int parts = 3000) {
+std::string slow_message() {
     std::string message = "Content-Type: multipart/mixed; boundary=b\r\n\r\n";
-    for (int i = 0; i < parts; ++i)
+    for (int i = 0; i < 3000; ++i)
         message += "--b\r\nContent-Type: text/html; name=x\r\n\r\nx\r\n";
     return message;
 }
@@ -50,52 +40,17 @@ TEST_F(threads, are_refused_at_once_by_a_busy_session) {
     EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok);
 }
 
-TEST_F(threads, scan_their_own_sessions_side_by_side) {
-    const auto message = slow_message(300);
-    const auto judge = [&](std::vector<client::line>& trace) {
-        const auto handle = client::open(message);
-        std::int32_t probability = -1;
-        EXPECT_EQ(BRMX_Spam_GetProbability(handle, 0, &probability), community_unavailable);
-        trace = client::trace_of(handle);
-        EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok);
-    };
-    std::vector<client::line> expected;
-    judge(expected);
-    together(4, [&](int) {
-        for (int round = 0; round < 3; ++round) {
-            std::vector<client::line> trace;
-            judge(trace);
-            EXPECT_EQ(trace, expected);
-        }
-    });
-}
-
-TEST_F(threads, share_a_session_without_waiting) {
-    const auto handle = open_session(slow_message());
-    std::atomic<int> scans = 0;
-    together(4, [&](int) {
-        for (int round = 0; round < 20; ++round) {
-            std::int32_t probability = -1;
-            const auto status = BRMX_Spam_GetProbability(handle, 0, &probability);
-            if (status == session_busy) {
-                EXPECT_EQ(probability, -1);
-                continue;
-            }
-            EXPECT_EQ(status, community_unavailable);
-            EXPECT_GE(probability, 0);
-            ++scans;
-        }
-    });
-    EXPECT_GE(scans, 1);
-}
-
 TEST_F(threads, never_get_one_handle_twice) {
     constexpr int count = 4;
     std::vector<std::uint32_t> handles[count];
-    together(count, [&](int number) {
-        for (int round = 0; round < 100; ++round)
-            handles[number].push_back(client::open("a: b\r\n\r\n"));
-    });
+    {
+        std::vector<std::jthread> all;
+        for (auto& own : handles)
+            all.emplace_back([&own] {
+                for (int round = 0; round < 100; ++round)
+                    own.push_back(client::open("a: b\r\n\r\n"));
+            });
+    }
     for (const auto& own : handles)
         for (const auto handle : own)
             EXPECT_EQ(BRMX_Session_Destroy(handle), status_ok) << handle; // a second holder would find it gone

@@ -22,8 +22,6 @@ constexpr std::string_view small_message =
     "Subject: x\r\n\r\nbody\r\n";
 constexpr std::uint32_t generous_ms = 60'000;
 
-inline text wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
-
 inline engine_status set_group(std::string_view group, std::uint32_t rediscovery_seconds = 0) {
     return BRMX_Spam_SetCommunityServerGroup(wide(group).data(), static_cast<std::uint32_t>(group.size()),
                                              rediscovery_seconds);

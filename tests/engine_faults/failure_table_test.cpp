@@ -1,6 +1,8 @@
 #include "tests/engine_community/community.h"
 
+#include <algorithm>
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #ifndef _WIN32
@@ -17,131 +19,101 @@ using client::server;
 
 enum class call : std::uint8_t { scan, large_scan, report, huge_report, revoke };
 
-using decision = behaviour (*)(server&, const seen_request&);
+using decision = std::function<behaviour(server&, const seen_request&)>;
 
 behaviour say(const seen_request& request, std::uint32_t indicator, std::string_view payload = {}) {
     return {{{server::reply_to(request, indicator, payload)}}};
 }
-template <std::uint32_t indicator>
-behaviour indicate(server&, const seen_request& request) {
-    return say(request, indicator);
+decision always(std::uint32_t indicator, const std::string& payload = {}) {
+    return [=](server&, const seen_request& request) { return say(request, indicator, payload); };
+}
+decision raw(const std::string& bytes) {
+    return [=](server&, const seen_request&) { return behaviour{{{bytes}}}; };
 }
 behaviour keep_silent(server&, const seen_request&) { return {}; }
 behaviour be_honest(server& self, const seen_request& request) { return self.honest(request); }
+// Honest, but for the answers to one operation.
+decision to(std::uint32_t operation, const decision& otherwise) {
+    return [=](server& self, const seen_request& request) {
+        return request.header.operation == operation ? otherwise(self, request) : self.honest(request);
+    };
+}
+// Honest, but in how the bytes are sent.
+decision send(bool byte_by_byte, bool left_open, std::uint32_t gap_ms = 0, unsigned zeros = 0) {
+    return [=](server& self, const seen_request& request) {
+        behaviour reply = self.honest(request);
+        reply.byte_by_byte = byte_by_byte;
+        reply.left_open = left_open;
+        reply.gap_ms = gap_ms;
+        if (zeros != 0) reply.answers.push_back({std::string(1 << 16, '\0'), false, zeros >> 16});
+        return reply;
+    };
+}
+
+constexpr auto generous = client::generous_ms;
+constexpr std::uint32_t query = 2;
+constexpr std::uint32_t update = 3;
+
+std::string zeros(std::size_t count) { return std::string(count, '\0'); }
 
 // The exchange as letters: D and C for an attempt by datagram or connection, S for the change to connections, and the
-// end of one that failed: T for time, L for the limit of attempts, N for no server. A bar stands before the update.
+// end of one that failed: T for time, L for the limit of attempts, N for no server. A bar is before the update.
 struct failure_case {
     const char* label;
     call made;
     std::uint32_t timeout_ms;
-    welcome door;
     decision decide; // for all but probes
     engine_status status;
     const char* exchange;
     std::uint32_t datagrams_sent, datagrams_received, connections_made, connections_failed;
+    welcome door = welcome::read;
 };
 
-constexpr auto generous = client::generous_ms;
-constexpr char one_entry[] = "\x0A\x07\0\0\0\0"; // and one number short
-constexpr auto ask = welcome::read;
-
 const failure_case cases[] = {
-    {"all is well", call::scan, generous, ask, be_honest, status_ok, "D|D", 2, 2, 0, 0},
-    {"more than a datagram takes", call::large_scan, generous, ask, be_honest, status_ok, "C|D", 1, 1, 1, 0},
-    {"an answer in the clear", call::scan, generous, ask,
-     [](server&, const seen_request& r) { return say(r, 0, r.header.operation == 2 ? std::string(2, '\0') : ""); },
-     status_ok, "D|D", 2, 2, 0, 0},
-    {"silence", call::scan, generous, ask, keep_silent, community_timed_out, "DDCCCCCCL", 2, 0, 6, 0},
-    {"silence and no time", call::scan, 1, ask, keep_silent, community_timed_out, "DT", 1, 0, 0, 0},
-    {"silence to a single question", call::scan, 0, ask, keep_silent, community_protocol_error, "D", 1, 0, 0, 0},
-    {"silence to the update", call::scan, generous, ask,
-     [](server& self, const seen_request& r) { return r.header.operation == 3 ? behaviour{} : self.honest(r); },
-     status_ok, "D|D", 2, 1, 0, 0},
-    {"an error for the update", call::scan, generous, ask,
-     [](server& self, const seen_request& r) { return r.header.operation == 3 ? say(r, 7) : self.honest(r); },
-     status_ok, "D|D", 2, 2, 0, 0},
-    {"the query by connection, please", call::scan, generous, ask,
+    {"all is well", call::scan, generous, be_honest, status_ok, "D|D", 2, 2, 0, 0},
+    {"more than a datagram takes", call::large_scan, generous, be_honest, status_ok, "C|D", 1, 1, 1, 0},
+    {"an answer in the clear", call::scan, generous, to(query, always(0, zeros(2))), status_ok, "D|D", 2, 2, 0, 0},
+    {"silence", call::scan, generous, keep_silent, community_timed_out, "DDCCCCCCL", 2, 0, 6, 0},
+    {"silence and no time", call::scan, 1, keep_silent, community_timed_out, "DT", 1, 0, 0, 0},
+    {"silence to a single question", call::scan, 0, keep_silent, community_protocol_error, "D", 1, 0, 0, 0},
+    {"silence to the update", call::scan, generous, to(update, keep_silent), status_ok, "D|D", 2, 1, 0, 0},
+    {"an error for the update", call::scan, generous, to(update, always(7)), status_ok, "D|D", 2, 2, 0, 0},
+    {"the query by connection, please", call::scan, generous,
      [](server& self, const seen_request& r) {
-         return r.header.operation == 2 && !r.by_connection ? say(r, 1) : self.honest(r);
+         return r.header.operation == query && !r.by_connection ? say(r, 1) : self.honest(r);
      },
      status_ok, "DSC|D", 2, 2, 1, 0},
-    {"by connection, on a connection", call::scan, generous, ask, indicate<1>, community_protocol_error, "DSC", 1, 1, 1,
+    {"by connection, on a connection", call::scan, generous, always(1), community_protocol_error, "DSC", 1, 1, 1, 0},
+    {"credentials", call::scan, generous, always(2), community_invalid_credentials, "D", 1, 1, 0, 0},
+    {"a server's error", call::scan, generous, always(3), community_protocol_error, "D", 1, 1, 0, 0},
+    {"the last indicator", call::scan, generous, always(7), community_protocol_error, "D", 1, 1, 0, 0},
+    {"credentials, by connection", call::large_scan, generous, always(2), community_invalid_credentials, "C", 0, 0, 1,
      0},
-    {"credentials", call::scan, generous, ask, indicate<2>, community_invalid_credentials, "D", 1, 1, 0, 0},
-    {"a server's error", call::scan, generous, ask, indicate<3>, community_protocol_error, "D", 1, 1, 0, 0},
-    {"the last indicator", call::scan, generous, ask, indicate<7>, community_protocol_error, "D", 1, 1, 0, 0},
-    {"credentials, by connection", call::large_scan, generous, ask, indicate<2>, community_invalid_credentials, "C", 0,
-     0, 1, 0},
-    {"no entries", call::scan, generous, ask, indicate<0>, community_protocol_error, "D", 1, 1, 0, 0},
-    {"the end in an entry", call::scan, generous, ask,
-     [](server&, const seen_request& r) {
-         return say(r, 0, {one_entry, 6});
-     },
-     community_protocol_error, "D", 1, 1, 0, 0},
-    {"a match longer than the value", call::scan, generous, ask,
-     [](server&, const seen_request& r) {
-         return say(r, 0, {"\x0C\x07\0\0\0\0\0\0\0", 9});
-     },
-     community_protocol_error, "D", 1, 1, 0, 0},
-    {"a match of almost 2^64", call::scan, generous, ask,
-     [](server&, const seen_request& r) { return say(r, 0, "\x81\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x7F"); },
-     community_protocol_error, "D", 1, 1, 0, 0},
-    {"one identity twice", call::scan, generous, ask,
-     [](server&, const seen_request& r) {
-         return say(r, 0, {"\1\7\0\0\0\0\0\1\7\0\0\0\0\0", 14});
-     },
-     community_protocol_error, "D", 1, 1, 0, 0},
-    {"a byte too many", call::scan, generous, ask,
-     [](server&, const seen_request& r) { return say(r, 0, std::string(3, '\0')); }, community_protocol_error, "D", 1,
-     1, 0, 0},
-    {"no door behind silence", call::scan, generous, welcome::refuse, keep_silent, community_timed_out, "DDCCCCCCL", 2,
-     0, 0, 6},
-    {"a message taken", call::report, 0, ask, be_honest, status_ok, "C", 0, 0, 1, 0},
-    {"a message taken byte by byte", call::revoke, 0, ask,
-     [](server& self, const seen_request& r) {
-         behaviour reply = self.honest(r);
-         reply.byte_by_byte = true;
-         return reply;
-     },
-     status_ok, "C", 0, 0, 1, 0},
-    {"a message asked for by connection", call::report, 0, ask, indicate<1>, community_protocol_error, "C", 0, 0, 1, 0},
-    {"a message of a stranger", call::revoke, 0, ask, indicate<2>, community_invalid_credentials, "C", 0, 0, 1, 0},
-    {"a message nobody wants", call::report, 0, ask, indicate<5>, community_protocol_error, "C", 0, 0, 1, 0},
-    {"a message with an answer", call::report, 0, ask, [](server&, const seen_request& r) { return say(r, 0, "x"); },
-     community_protocol_error, "C", 0, 0, 1, 0},
-    {"half a header", call::report, 0, ask,
-     [](server&, const seen_request&) { return behaviour{{{"RVN\3\0\0123456789"}}}; }, community_timed_out, "CCCCCCCCL",
-     0, 0, 8, 0},
-    {"another protocol", call::report, 0, ask,
-     [](server&, const seen_request&) { return behaviour{{{"HTTP/1.1 400 Bad Request\r\n\r\n"}}}; },
-     community_timed_out, "CCCCCCCCL", 0, 0, 8, 0},
-    {"an answer that never ends", call::report, 1, ask,
-     [](server& self, const seen_request& r) {
-         behaviour reply = self.honest(r);
-         reply.left_open = true;
-         return reply;
-     },
-     community_timed_out, "CT", 0, 0, 1, 1},
-    {"an answer of one byte each 30 ms", call::report, 200, ask,
-     [](server& self, const seen_request& r) {
-         behaviour reply = self.honest(r);
-         reply.byte_by_byte = reply.left_open = true;
-         reply.gap_ms = 30;
-         return reply;
-     },
-     community_timed_out, "CT", 0, 0, 1, 1},
-    {"an answer of half a gigabyte", call::report, generous, ask,
-     [](server& self, const seen_request& r) {
-         behaviour reply = self.honest(r);
-         reply.answers.push_back({std::string(1 << 16, '\0'), false, 1 << 13});
-         reply.left_open = true;
-         return reply;
-     },
-     community_protocol_error, "C", 0, 0, 1, 0},
-    {"a message that is never read", call::huge_report, 200, welcome::ignore, be_honest, community_timed_out, "CT", 0,
-     0, 0, 1},
-    {"no door", call::revoke, 0, welcome::refuse, be_honest, community_timed_out, "CCCCCCCCL", 0, 0, 0, 8},
+    {"no entries", call::scan, generous, always(0), community_protocol_error, "D", 1, 1, 0, 0},
+    {"the end in an entry", call::scan, generous, always(0, "\x0A\x07" + zeros(4)), community_protocol_error, "D", 1, 1,
+     0, 0},
+    {"a match longer than the value", call::scan, generous, always(0, "\x0C\x07" + zeros(7)), community_protocol_error,
+     "D", 1, 1, 0, 0},
+    {"a byte too many", call::scan, generous, always(0, zeros(3)), community_protocol_error, "D", 1, 1, 0, 0},
+    {"silence and a closed port", call::scan, generous, keep_silent, community_timed_out, "DDCCCCCCL", 2, 0, 0, 6,
+     welcome::refuse},
+    {"a message taken", call::report, 0, be_honest, status_ok, "C", 0, 0, 1, 0},
+    {"a message taken byte by byte", call::revoke, 0, send(true, false), status_ok, "C", 0, 0, 1, 0},
+    {"a message asked for by connection", call::report, 0, always(1), community_protocol_error, "C", 0, 0, 1, 0},
+    {"a message of a stranger", call::revoke, 0, always(2), community_invalid_credentials, "C", 0, 0, 1, 0},
+    {"a message nobody wants", call::report, 0, always(5), community_protocol_error, "C", 0, 0, 1, 0},
+    {"a message with an answer", call::report, 0, always(0, "x"), community_protocol_error, "C", 0, 0, 1, 0},
+    {"half a header", call::report, 0, raw("RVN\3"), community_timed_out, "CCCCCCCCL", 0, 0, 8, 0},
+    {"another protocol", call::report, 0, raw("HTTP/1.1 400 Bad Request\r\n\r\n"), community_timed_out, "CCCCCCCCL", 0,
+     0, 8, 0},
+    {"an answer that never ends", call::report, 1, send(false, true), community_timed_out, "CT", 0, 0, 1, 1},
+    {"an answer of one byte each 30 ms", call::report, 200, send(true, true, 30), community_timed_out, "CT", 0, 0, 1,
+     1},
+    {"an answer of half a gigabyte", call::report, generous, send(false, true, 0, 1 << 29), community_protocol_error,
+     "C", 0, 0, 1, 0},
+    {"a message that is never read", call::huge_report, 200, be_honest, community_timed_out, "CT", 0, 0, 0, 1,
+     welcome::ignore},
+    {"a closed port", call::revoke, 0, be_honest, community_timed_out, "CCCCCCCCL", 0, 0, 0, 8, welcome::refuse},
 };
 
 std::string letters_of(std::uint32_t handle, std::string_view server_line) {
@@ -210,7 +182,7 @@ TEST_F(failure, ends_in_its_status_with_its_statistics_and_trace) {
                 if (!reply.left_open) answered += static_cast<std::uint32_t>(part.bytes.size());
             return reply;
         });
-        if (c.door != ask) peer().receive_with(c.door);
+        peer().receive_with(c.door);
         const auto handle = open_member(message_of(c.made));
         EXPECT_EQ(make(c, handle), c.status);
         EXPECT_EQ(letters_of(handle, server_line()), c.exchange);
@@ -226,6 +198,56 @@ TEST_F(failure, ends_in_its_status_with_its_statistics_and_trace) {
         EXPECT_EQ(counted[0], sent);
         EXPECT_TRUE(c.datagrams_sent != 0 || counted[6] == 0);
     }
+}
+
+// Each answer here is wrong in one thing, and the right one follows: only that counts.
+TEST_F(failure, of_answers_that_do_not_belong_to_the_request) {
+    std::atomic<int> queries = 0;
+    seen_request first;
+    serve([&](server& self, const seen_request& request) {
+        behaviour reply = self.honest(request);
+        if (request.header.operation != query) return reply;
+        if (queries++ == 0) {
+            first = request;
+            return behaviour{};
+        }
+        const std::string bad = server::reply_to(request, 2, {});
+        seen_request other = request;
+        other.header.nonce[9] ^= 1;
+        const auto late = self.honest(first).answers.front(); // to the attempt before
+        reply.answers = {late,
+                         {server::reply_to(other, 2, {})},
+                         {bad, true},
+                         {bad.substr(0, 15)},
+                         {"rvn" + bad.substr(3)},
+                         reply.answers.front(),
+                         reply.answers.front()};
+        return reply;
+    });
+    const auto handle = open_member();
+    std::int32_t probability = -1;
+    EXPECT_EQ(BRMX_Spam_GetProbability(handle, generous, &probability), status_ok);
+    EXPECT_EQ(letters_of(handle, server_line()), "DD|D");
+    EXPECT_EQ(client::statistics_of(handle)[3], 2U);
+}
+
+TEST_F(failure, of_datagrams_begins_above_512_bytes) {
+    serve();
+    bool seen[2] = {};
+    for (std::size_t path = 1; path <= 24; ++path) { // a segment of a link may have so many units
+        std::string message(client::small_message);
+        for (int link = 10; link < 27; ++link)
+            message += "http://shop" + std::to_string(link) + ".example.com/" +
+                       std::string(link == 10 ? path : 5, 'x') + "\r\n";
+        const auto handle = open_member(message);
+        std::int32_t probability = -1;
+        EXPECT_EQ(BRMX_Spam_GetProbability(handle, generous, &probability), status_ok);
+        const auto asked = peer().wait_for(2 * path)[2 * path - 2];
+        const auto size = asked.header.header_size + asked.header.body.size();
+        EXPECT_EQ(asked.by_connection, size > 512) << size;
+        if (size == 512 || size == 513) seen[size - 512] = true;
+    }
+    EXPECT_TRUE(seen[0] && seen[1]);
 }
 
 // A request learns at once where the system tells that nobody listens any more, and never gets another datagram.

@@ -1,5 +1,5 @@
 #include "tests/community_server/server_process.h"
-#include "tests/engine/client.h"
+#include "tests/engine/life.h"
 #include "tests/engine_memory/failing_allocator.h"
 
 #include <chrono>
@@ -22,14 +22,13 @@ namespace {
 using brimwarden::community_server::server;
 using brimwarden::community_server::server_process;
 using client::text;
+using client::wide;
 using failing_allocator::failure;
 using failing_allocator::length;
 using failing_allocator::live_blocks;
 
 constexpr std::uint32_t generous_ms = 60'000;
 constexpr std::int32_t unwritten = -77;
-
-text wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 std::string sample(const std::string& name) {
     std::ifstream in(BRMX_SOURCE_DIR "/samples/" + name + ".eml", std::ios::binary);
@@ -258,7 +257,6 @@ TEST_F(out_of_memory, ends_a_question_about_languages) {
 
 TEST_F(out_of_memory, ends_what_concerns_the_state) {
     const auto nothing = [] {};
-    const text build = wide("TRUNK X64 RELEASE SRTL");
     const text state = wide("1\rBAA\r\rA\r");
     const brmx_char* given = nullptr;
     std::uint32_t length = 0;
@@ -272,65 +270,58 @@ TEST_F(out_of_memory, ends_what_concerns_the_state) {
                             : status;
              },
              status_ok, nothing, nothing});
-    exhaust({"version", [&] { return BRMX_Engine_GetVersion(nullptr, &length, nullptr, &length); }, buffer_too_small,
-             nothing, nothing});
-    exhaust({"compatibility",
-             [&] { return BRMX_Engine_VerifyCompatibility(build.data(), static_cast<std::uint32_t>(build.size())); },
-             status_ok, nothing, nothing});
 }
 
-TEST_F(out_of_memory, is_no_matter_for_reading_and_destroying) {
+TEST_F(out_of_memory, is_no_matter_for_destroying) {
     std::uint32_t handle = 0;
     ASSERT_EQ(create(sample("spam-html"), handle), status_ok);
     std::int32_t probability = 0;
     ASSERT_EQ(BRMX_Spam_GetProbability(handle, 0, &probability), community_unavailable);
     std::uint32_t indent = 0, size = 200, value = 0;
     brmx_char line[200];
-    const failure injected(1, failing_allocator::scope::calling_thread, length::until_the_end);
-    const engine_status statuses[] = {BRMX_Session_GetLastTrace(handle, 0, &indent, line, &size),
-                                      BRMX_Spam_GetCommunityStatistics(handle, &value, &value, &value, &value, &value),
-                                      BRMX_Engine_GetSessionInformation(&value, &value), BRMX_Session_Destroy(handle)};
-    EXPECT_FALSE(injected.happened());
-    for (const auto status : statuses)
-        EXPECT_EQ(status, status_ok);
+    // A line of the trace is written when it is read.
+    exhaust({"trace", [&] { return BRMX_Session_GetLastTrace(handle, 1, &(indent = 77), line, &(size = 200)); },
+             status_ok, [&] { EXPECT_TRUE(indent == 77 && size == 200); }, [] {}});
+    engine_status statuses[3] = {};
+    bool happened = true;
+    {
+        const failure injected(1, failing_allocator::scope::calling_thread, length::until_the_end);
+        statuses[0] = BRMX_Spam_GetCommunityStatistics(handle, &value, &value, &value, &value, &value);
+        statuses[1] = BRMX_Engine_GetSessionInformation(&value, &value);
+        statuses[2] = BRMX_Session_Destroy(handle);
+        happened = injected.happened();
+    }
+    EXPECT_FALSE(happened);
+    for (const auto& status : statuses)
+        EXPECT_EQ(status, status_ok) << &status - statuses;
 }
 
-class community_without_memory : public out_of_memory {
-protected:
-    static void SetUpTestSuite() {
-        const auto address = server::fresh_address();
-        peer_ = new server_process(address, "secret"); // has an allocator of its own
-        host_ = wide(address.to_string(tackle::internet::address::numeric_host));
-        BRMX_Engine_Initialize();
-    }
-    static void TearDownTestSuite() {
-        delete peer_;
-        peer_ = nullptr;
-    }
-    static engine_status set_group() {
-        return BRMX_Spam_SetCommunityServerGroup(host_.data(), static_cast<std::uint32_t>(host_.size()), 0);
-    }
-    // The probes of the group are over when this returns.
-    static void wait_for_probes() {
-        std::uint32_t reachable = 0;
-        EXPECT_EQ(BRMX_Spam_GetCommunityHealth(0, &reachable, nullptr, nullptr), status_ok);
-        EXPECT_EQ(reachable, 1U);
-    }
+// A member of a community, in a process of its own: there is no way back to an engine without one.
+text host;
 
-private:
-    static inline server_process* peer_ = nullptr;
-    static inline text host_;
-};
+engine_status set_group() {
+    return BRMX_Spam_SetCommunityServerGroup(host.data(), static_cast<std::uint32_t>(host.size()), 0);
+}
 
-TEST_F(community_without_memory, sets_no_group_and_keeps_the_one_before) {
+// The probes of the group are over when this returns.
+void wait_for_probes() {
+    std::uint32_t reachable = 0;
+    EXPECT_EQ(BRMX_Spam_GetCommunityHealth(0, &reachable, nullptr, nullptr), status_ok);
+    EXPECT_EQ(reachable, 1U);
+}
+
+void join_a_community() {
+    const auto address = server::fresh_address();
+    static const server_process peer(address, "secret"); // has an allocator of its own
+    host = wide(address.to_string(tackle::internet::address::numeric_host));
+    BRMX_Engine_Initialize();
     ASSERT_EQ(set_group(), status_ok);
     wait_for_probes();
+}
+
+void ends_what_asks_the_community() {
+    join_a_community();
     exhaust({"group", set_group, status_ok, wait_for_probes, wait_for_probes});
-}
-
-TEST_F(community_without_memory, ends_scans_and_reports) {
-    ASSERT_EQ(set_group(), status_ok);
-    wait_for_probes();
     for (const auto* each : {"wrapped-by-filter", "spam-html"}) { // asked by datagram, and over a connection
         watched_session session(sample(each));
         EXPECT_EQ(session.scan(), status_ok);
@@ -346,10 +337,17 @@ TEST_F(community_without_memory, ends_scans_and_reports) {
     }
     exhaust(
         {"health", [] { return BRMX_Spam_GetCommunityHealth(0, nullptr, nullptr, nullptr); }, status_ok, [] {}, [] {}});
+    engine_status status = status_failed;
+    {
+        const failure injected(1, failing_allocator::scope::calling_thread, length::until_the_end);
+        status = BRMX_Engine_Shutdown();
+    }
+    EXPECT_EQ(status, status_ok);
 }
 
 // The threads of the community run out of it, too: they lose an answer or a round, and a later call finds all in order.
-TEST_F(community_without_memory, loses_answers_and_no_thread) {
+void loses_answers_and_no_thread() {
+    join_a_community();
     watched_session session(sample("wrapped-by-filter"));
     for (std::uint64_t number = 1; number < 400; number += 1 + number / 8) {
         SCOPED_TRACE(number);
@@ -367,15 +365,7 @@ TEST_F(community_without_memory, loses_answers_and_no_thread) {
     }
 }
 
-class end_without_memory : public out_of_memory {};
-
-TEST_F(end_without_memory, is_as_with_it) {
-    engine_status status = status_failed;
-    {
-        const failure injected(1, failing_allocator::scope::calling_thread, length::until_the_end);
-        status = BRMX_Engine_Shutdown();
-    }
-    EXPECT_EQ(status, status_ok);
-}
+TEST(community_out_of_memory, ends_what_asks_it) { EXPECT_LIFE(ends_what_asks_the_community); }
+TEST(community_out_of_memory, loses_answers_and_no_thread) { EXPECT_LIFE(loses_answers_and_no_thread); }
 
 } // namespace

@@ -1,13 +1,12 @@
 #include "include/brmx.hpp"
 
 #include "tests/community_server/community_server.h"
-
-#include <gtest/gtest.h>
+#include "tests/engine/life.h"
 
 #include <optional>
 #include <thread>
 
-// The wrapper as a client uses it. One test lives through the engine's life, since that can be run once in a process.
+// The wrapper as a client uses it.
 namespace {
 
 using brimwarden::community_server::server;
@@ -54,7 +53,7 @@ TEST(brmx_hpp, converts_any_text) {
     EXPECT_EQ(brmx::printable("a\x1B[2J\x7F\u009B\u00A0\xFF"), "a [2J  \u00A0\uFFFD");
 }
 
-TEST(brmx_hpp, lives_through_the_life_of_the_engine) {
+void live_through_the_life_of_the_engine() {
     EXPECT_EQ(brmx::version().version, "3.7.0.3");
     EXPECT_EQ(brmx::supported_languages().size(), 31U);
     {
@@ -108,5 +107,7 @@ TEST(brmx_hpp, lives_through_the_life_of_the_engine) {
     EXPECT_EQ(status_of<brmx::group_error<brmx::error_group::lifecycle>>([] { brmx::engine again; }),
               engine_already_initialized);
 }
+
+TEST(brmx_hpp, lives_through_the_life_of_the_engine) { EXPECT_LIFE(live_through_the_life_of_the_engine); }
 
 } // namespace

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the mail filter behind a real Postfix: milter_test.py SOURCE_ROOT BRMX-SCAN BRMX-MILTER
+"""Runs the mail filter behind a real Postfix: milter_test.py SOURCE_ROOT BRMX-SCAN BRMX-MILTER SERVER
 
 Everything listens on loopback and lives in one temporary folder. Needs root, Postfix and swaks; ends with 77 where they
 are missing.
@@ -23,7 +23,7 @@ import time
 import unittest
 
 ROOT = pathlib.Path(sys.argv[1])
-BRMX_SCAN, BRMX_MILTER = sys.argv[2:4]
+BRMX_SCAN, BRMX_MILTER, SERVER = sys.argv[2:5]
 PROBABILITY, TRACE = "x-brimwarden-probability", "x-brimwarden-trace"
 CLIENT = "203.0.113.9"  # who the mail claims to come from, by XCLIENT
 MAIN_CF = """
@@ -104,33 +104,6 @@ class sink(socketserver.ThreadingTCPServer):
         return [(name.strip().lower().decode("latin-1"), value.strip()) for name, value in pairs], body
 
 
-def hang(host):
-    """A server of the community that wants connections, and whose answers never come to an end."""
-    datagrams = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    datagrams.bind((host, 2409))
-    door = socket.create_server((host, 2409))
-
-    def serve():
-        while True:
-            request, peer = datagrams.recvfrom(65536)
-            status = request[4] & 7 == 0
-            flags = bytes([0x80 if status else 0x88 | request[4] & 7])
-            datagrams.sendto(request[:4] + flags + request[5:16] + bytes(7 * status), peer)
-
-    def drip(peer):
-        with contextlib.suppress(OSError), peer:
-            while True:
-                peer.sendall(b"x")
-                time.sleep(0.02)
-
-    def welcome():
-        while True:
-            threading.Thread(target=drip, args=(door.accept()[0],), daemon=True).start()
-
-    for work in (serve, welcome):
-        threading.Thread(target=work, daemon=True).start()
-
-
 def escaped(text):
     return re.sub(r"[^ -~]", lambda c: f"\\u{ord(c[0]):04X}", text.replace("\\", "\\\\"))
 
@@ -162,8 +135,10 @@ class milter(unittest.TestCase):
         for name, owner in (("queue", "root"), ("data", "postfix")):
             (folder / name).mkdir(mode=0o755)
             shutil.chown(folder / name, owner)
-        host = f"127.{os.getpid() >> 16 & 0x7F}.{os.getpid() >> 8 & 0xFF}.{os.getpid() & 0xFF}"
-        hang(host)
+        server = cls.stack.enter_context(
+            subprocess.Popen([SERVER, "", "hang"], stdin=subprocess.PIPE, stdout=subprocess.PIPE))
+        cls.stack.callback(server.terminate)
+        host = server.stdout.readline().decode().strip()
         cls.filters = [
             cls.filter("--trace", "--largest", "1000000", f"inet:{cls.ports['filter']}@127.0.0.1"),
             cls.filter("--community", host, "--limit", "2", f"inet:{cls.ports['hanging_filter']}@127.0.0.1"),

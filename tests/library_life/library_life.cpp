@@ -151,17 +151,6 @@ void reload_with_community(const char* name, const char* group) {
     }
 }
 
-// The library stays as long as its threads do, whatever the counts say.
-void let_go_of_a_running_engine(const char* name, const char* group) {
-    for (int round = 0; round < rounds; ++round) {
-        const library used(name);
-        EXPECT(used.initialize() == (round == 0 ? status_ok : engine_already_initialized), round);
-        join(used, group, round);
-        work(used, status_ok, round);
-    }
-    EXPECT(is_loaded(name), rounds);
-}
-
 // A round of discovery is under way when the process ends.
 void end_with_threads(const char* name, const char* group) {
     const library used(name);
@@ -200,14 +189,10 @@ int main(int count, char** arguments) {
     const char* const name = arguments[1];
     const char* const group = arguments[3];
     const std::string_view way = arguments[2];
-    if (way == "idle")
-        reload(name, [](const library&, int) {});
-    else if (way == "without-community")
+    if (way == "without-community")
         reload(name, run_once);
     else if (way == "with-community")
         reload_with_community(name, group);
-    else if (way == "threads-alive")
-        let_go_of_a_running_engine(name, group);
     else if (way == "end-with-threads")
         end_with_threads(name, group);
     else if (way == "end-with-callers")

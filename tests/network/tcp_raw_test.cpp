@@ -48,40 +48,23 @@ TEST(tcp_raw, waits_for_the_other_half_of_a_line_end) {
     EXPECT_EQ(rest, "next");
 }
 
-TEST(tcp_raw, keeps_queued_lines_until_they_are_flushed) {
-    connection pair;
-    pair.client.write_line("one", false);
-    EXPECT_EQ(pair.client.sent_total(), 0U);
-    pair.client.write_line("two", true);
-    EXPECT_EQ(pair.client.sent_total(), 10U);
-    pair.client.write_line("dropped", false);
-    pair.client.shutdown_send();
-    pair.client.flush();
-    string all;
-    EXPECT_THROW(for (;;) pair.server.read_some(all), base::connection_closed);
-    EXPECT_EQ(all, "one\r\ntwo\r\n");
-    EXPECT_EQ(pair.server.received_total(), 10U);
-}
-
-TEST(tcp_raw, gives_up_sending_to_a_peer_that_does_not_read) {
-    connection pair;
-    pair.client.set_send_timeout(50);
-    EXPECT_THROW(for (;;)(void) pair.client.send_some(string(16384, '\0')), base::connection_timed_out);
-}
-
-TEST(tcp_raw, carries_more_than_the_system_buffers) {
+// More than the system's buffers keep, and the queue drops what was not flushed before the end.
+TEST(tcp_raw, sends_queued_lines_when_they_are_flushed) {
     connection pair;
     pair.client.set_send_buffer(4096);
-    string sent(3'000'000, '\0');
-    for (std::size_t i = 0; i < sent.size(); ++i)
-        sent[i] = static_cast<char>(i * 7 >> 3);
+    const string large(3'000'000, 'x');
     std::jthread writer([&] {
-        pair.client.write(sent);
+        pair.client.write_line("one", false);
+        EXPECT_EQ(pair.client.sent_total(), 0U);
+        pair.client.write_line(large, true);
+        pair.client.write_line("dropped", false);
         pair.client.shutdown_send();
+        pair.client.flush();
     });
-    string got;
-    EXPECT_THROW(for (;;) pair.server.read_some(got), base::connection_closed);
-    EXPECT_TRUE(got == sent);
+    string all;
+    EXPECT_THROW(for (;;) pair.server.read_some(all), base::connection_closed);
+    EXPECT_TRUE(all == "one\r\n" + large + "\r\n");
+    EXPECT_EQ(pair.server.received_total(), all.size());
 }
 
 TEST(tcp_raw, tells_failures_by_cause) {
@@ -102,18 +85,15 @@ TEST(tcp_raw, tells_failures_by_cause) {
     EXPECT_THROW(second.bind(address::ip4(0xC0000201, 0)), address_not_valid);
     listener door;
     EXPECT_THROW(second.bind(local_address(door.socket)), address_in_use);
-}
-
-TEST(tcp_raw, tells_a_receive_that_ran_out_of_time) {
     connection pair;
     pair.client.set_receive_timeout(1);
+    pair.client.set_send_timeout(50);
     string out;
-    try {
-        pair.client.read_some(out);
-        FAIL() << "something came";
-    } catch (const base::connection_timed_out& e) {
-        EXPECT_STREQ(e.what(), "internet.transport.connection_failed.connection_timed_out[recv() failed]");
-    }
+    EXPECT_THROW(pair.client.read_some(out), base::connection_timed_out);
+    EXPECT_THROW(for (;;)(void) pair.client.send_some(string(16384, '\0')), base::connection_timed_out);
+    connection gone; // a signal or a crash would end the test program
+    gone.server.close_socket();
+    EXPECT_THROW(for (;;) gone.client.write("into the void"), base::connection_failed);
 }
 
 #ifndef _WIN32
@@ -147,13 +127,6 @@ TEST(tcp_raw, signals_do_not_put_off_the_end_of_a_receive) {
 }
 #endif
 
-// A signal or a crash would end the test program.
-TEST(tcp_raw, raises_when_it_writes_to_a_peer_that_is_gone) {
-    connection pair;
-    pair.server.close_socket();
-    EXPECT_THROW(for (;;) pair.client.write("into the void"), base::connection_failed);
-}
-
 TEST(tcp_raw, close_ends_an_accept_and_is_quiet_the_second_time) {
     const environment layer;
     listener door;
@@ -162,8 +135,7 @@ TEST(tcp_raw, close_ends_an_accept_and_is_quiet_the_second_time) {
     door.socket.close_socket();
     waiter.join();
     door.socket.close_socket();
-    EXPECT_FALSE(door.socket.has_socket());
-    EXPECT_FALSE(accepted.has_socket());
+    EXPECT_FALSE(door.socket.has_socket() || accepted.has_socket());
 }
 
 } // namespace

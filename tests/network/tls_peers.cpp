@@ -77,21 +77,6 @@ struct made_certificates {
     string directory;
 };
 
-void pump(raw& from, raw& to, const relay::filter& through) {
-    try {
-        for (;;) {
-            string bytes;
-            from.read_some(bytes);
-            through(bytes, to);
-        }
-    } catch (const transport::generic&) {
-    }
-    try {
-        to.shutdown_send();
-    } catch (const transport::generic&) { // closed by the destructor
-    }
-}
-
 } // namespace
 
 program::program(const string& command) {
@@ -129,38 +114,6 @@ server_program::server_program(const string& certificate, const string& options)
           certificates(), certificate, certificate, options)) {
     run.read_until("ACCEPT 127.0.0.1:");
     address = address::ip4(0x7F000001, static_cast<std::uint16_t>(std::stoi(run.read_until("\n"))));
-}
-
-relay::relay(const address::ip4& server, filter to_server, filter to_client)
-    : running_([this, server, to_server, to_client] {
-          try {
-              client_.accept(door_.socket);
-              server_.create(server);
-              server_.connect(server);
-          } catch (const transport::generic&) {
-              return;
-          }
-          std::jthread back([&] { pump(server_, client_, to_client); });
-          pump(client_, server_, to_server);
-      }) {}
-
-relay::~relay() {
-    door_.socket.close_socket();
-    client_.close_socket();
-    server_.close_socket();
-}
-
-std::vector<string> record_reader::feed(string_view bytes) {
-    std::vector<string> whole;
-    partial_.append(bytes);
-    for (;;) {
-        if (partial_.size() < 5) return whole;
-        const std::size_t size =
-            5 + (static_cast<unsigned char>(partial_[3]) << 8 | static_cast<unsigned char>(partial_[4]));
-        if (partial_.size() < size) return whole;
-        whole.push_back(partial_.substr(0, size));
-        partial_.erase(0, size);
-    }
 }
 
 } // namespace tackle::internet

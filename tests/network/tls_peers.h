@@ -3,12 +3,7 @@
 #include "network/tls.h"
 #include "tests/network/loopback.h"
 
-#include <functional>
-#include <future>
-#include <thread>
-#include <vector>
-
-// The openssl program as a peer, certificates to show it, and a relay that does to a connection what networks do.
+// The openssl program as a peer, and certificates to show it.
 namespace tackle::internet {
 
 // A shell command with its input and output on a socket of ours: reading to the end waits for it to end. Works from
@@ -41,31 +36,6 @@ struct server_program {
     address::ip4 address;
 };
 
-// A relay between one client and the server at an address. Each direction hands what comes to its own filter, which
-// writes what it likes to the other side, or throws connection_closed to end that direction.
-class relay {
-public:
-    using filter = std::function<void(string_view bytes, transport::tcp::raw& onward)>;
-    relay(const address::ip4& server, filter to_server, filter to_client);
-    ~relay();
-    [[nodiscard]] address::ip4 address() const { return internet::local_address(door_.socket); }
-
-private:
-    listener door_;
-    transport::tcp::raw client_;
-    transport::tcp::raw server_;
-    std::jthread running_;
-};
-
-// Cuts a direction into its records, whole ones only.
-class record_reader {
-public:
-    std::vector<string> feed(string_view bytes);
-
-private:
-    string partial_;
-};
-
 // Up to the line feed and with it; unlike read_line it does not wait for what may follow.
 inline string line_from(transport::tcp::base& socket) {
     string line;
@@ -74,12 +44,10 @@ inline string line_from(transport::tcp::base& socket) {
     return line;
 }
 
-inline bool has_server_role() {
 #ifdef _WIN32
-    return false; // Wine's Schannel has none
+inline constexpr bool has_server_role = false; // Wine's Schannel has none
 #else
-    return true;
+inline constexpr bool has_server_role = true;
 #endif
-}
 
 } // namespace tackle::internet

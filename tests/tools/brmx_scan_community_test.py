@@ -65,13 +65,6 @@ class community(unittest.TestCase):
                           counted["connections_made"], counted["connections_failed"]),
                          (query["bytes"] + update["bytes"], 2, 2, 0, 0))
 
-    def test_what_is_too_large_for_a_datagram_goes_over_a_connection(self):
-        many_links = b"".join(b"http://shop%d.example.com/offer\r\n" % number for number in range(40))
-        answer = json.loads(self.scan("--json", "-", given=SHORT + many_links)[1])
-        self.assertEqual(answer["status"], 0)
-        self.assertEqual(answer["statistics"]["connections_made"], 1)
-        self.assertEqual([request["connection"] for request in self.seen()], [True, False])
-
     def test_messages_are_reported_and_revoked_whole(self):
         self.assertEqual(self.scan("--report", "-", given=SHORT), (0, "reported -\n", ""))
         status, out, error = self.scan("--revoke", "--trace", MESSAGE)

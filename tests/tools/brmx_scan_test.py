@@ -59,15 +59,10 @@ class brmx_scan(unittest.TestCase):
         self.assertIn("--json", out)
         self.assertEqual(run("--version")[:2], (0, "brmx-scan 3.7.0.3 (TRUNK X64 RELEASE SRTL)\n"))
 
-    def test_prints_probability_and_name(self):
-        self.assertEqual(run(MARKED)[:2], (0, f"  0 {MARKED}\n"))
-
     def test_trace_is_indented_by_its_depth(self):
-        _, out, _ = run("--trace", MARKED)
-        lines = out.splitlines()
-        self.assertEqual(lines[1], "    Message Parts:")
+        lines = run("--trace", MARKED)[1].splitlines()
+        self.assertEqual(lines[:2], [f"  0 {MARKED}", "    Message Parts:"])
         self.assertTrue(lines[2].startswith("        text/plain -- ID: "), lines[2])
-        self.assertIn("        Spam Probability: 0.00", lines)
 
     def test_json_has_one_object_a_line(self):
         status, out, _ = run("--json", "--languages", MARKED, ZIPPED)
@@ -91,8 +86,8 @@ class brmx_scan(unittest.TestCase):
     @NATIVE
     def test_no_name_can_command_a_terminal_or_pretend_to_be_an_answer(self):
         with tempfile.TemporaryDirectory() as folder:
-            path = os.path.join(folder, "\x1b[2J\u009b2J\n  0 \u00e4.eml")
-            shown = os.path.join(folder, "?[2J?2J?  0 \u00e4.eml")
+            path = os.path.join(folder, '\x1b[2J\u009b2J\n  0 "\\"\u00e4.eml')
+            shown = os.path.join(folder, '?[2J?2J?  0 "\\"\u00e4.eml')
             self.assertEqual(run(path), (1, "", f"brmx-scan: {shown}: No such file or directory\n"))
             pathlib.Path(path).write_bytes(b"")
             self.assertEqual(run(folder), (0, f"100 {shown}\n", ""))
@@ -181,33 +176,26 @@ class brmx_scan(unittest.TestCase):
             self.assertIsNone(answers[0]["status"])
             self.assertEqual((answers[1]["status_name"], answers[1]["probability"]), ("message_too_deep", None))
 
-    @unittest.skipIf(len(COMMAND) > 1, "an emulator's rights are not those of its host's files")
+    @NATIVE
     def test_what_rights_forbid_to_read_does_not_stop_the_run(self):
-        # Root may read everything, so it steps down to a user that owns nothing.
-        user = 65534 if os.geteuid() == 0 else None
+        user = 65534 if os.geteuid() == 0 else None  # root may read everything
         with tempfile.TemporaryDirectory() as folder:
             top = pathlib.Path(folder)
             top.chmod(0o755)
-            for name in ("a-closed/hidden.eml", "b-open/closed.eml", "b-open/open.eml", "c-named.eml"):
+            for name in ("a-closed/hidden.eml", "b-open/closed.eml", "b-open/open.eml"):
                 (top / name).parent.mkdir(exist_ok=True)
                 (top / name).write_bytes(b"Subject: x\r\n\r\n")
-            closed = [top / "b-open/closed.eml", top / "c-named.eml", top / "a-closed"]
+            closed = [top / "b-open/closed.eml", top / "a-closed"]
             for path in closed:
                 path.chmod(0)
             try:
-                try:
-                    status, out, error = run(folder, str(closed[1]), str(closed[2]), MARKED, user=user)
-                except PermissionError:
-                    self.skipTest("another user may not run the program where it stands")
-                self.assertEqual(status, 1)
-                self.assertEqual([line[4:] for line in out.splitlines()], [str(top / "b-open/open.eml"), MARKED])
-                for path in closed:
-                    self.assertIn(f"{path}: ", error)
-                self.assertNotIn("hidden.eml", error)
-                answers = [json.loads(line) for line in run("--json", str(closed[1]), user=user)[1].splitlines()]
-                self.assertEqual([(a["file"], a["status"]) for a in answers], [(str(closed[1]), None)])
-            finally:
-                closed[2].chmod(0o755)
+                status, out, error = run(folder, str(closed[1]), MARKED, user=user)
+            except PermissionError:
+                self.skipTest("another user may not run the program in this place")
+            closed[1].chmod(0o755)
+            self.assertEqual((status, [line[4:] for line in out.splitlines()]), (1, [str(top / "b-open/open.eml"), MARKED]))
+            for path in closed:
+                self.assertIn(f"{path}: ", error)
 
     def test_directories_are_searched_in_order_and_threads_cannot_be_seen(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -221,21 +209,9 @@ class brmx_scan(unittest.TestCase):
             self.assertEqual(names, sorted(names))
             self.assertEqual(run("--json", "--jobs=16", folder)[:2], (0, one))
 
-    def test_another_process_another_order_and_other_threads_say_the_same(self):
-        def answers(*arguments):
-            status, out, _ = run("--json", "--languages", *arguments)
-            self.assertEqual(status, 0)
-            return {(answer := json.loads(line))["file"]: answer for line in out.splitlines()}
-
-        names = [str(path) for path in sorted(SAMPLES.rglob("*.eml"))]
-        one = answers("--jobs", "1", *names)
-        self.assertEqual(list(one), names)
-        self.assertEqual(answers("--jobs", "16", *names), one)
-        self.assertEqual(answers("--jobs", "1", *reversed(names)), one)
-
     def test_messages_of_an_mbox_answer_as_they_do_alone(self):
         text = (b"Subject: a\n\n>From x\nFrom 9:00 in 2001 the\n\nFrom 9:00 in 2001 we\nare away\n\n"
-                b"From: me\n>>From y\n\nz\n")
+                b"From: me\n>>From y\n\n9:00 on 1 January 2001\nWhere: here\nz\n")
         alone = {"text.eml": text, "crlf.eml": text.replace(b"\n", b"\r\n"),
                  "long.eml": b"Subject: a\n\n" + b"x" * 600000 + b"\n\n"}
         alone |= {path.name: path.read_bytes().rstrip(b"\r\n") + b"\n" for path in sorted(SAMPLES.glob("*.eml"))}
@@ -310,18 +286,11 @@ class brmx_scan(unittest.TestCase):
             return  # the other target has no pseudo-terminals here
         if not os.path.exists("/dev/pts/ptmx"):
             self.skipTest("no pseudo-terminals on this machine: /dev/pts is not mounted")
-        for options, environment, expected in [([], {}, True), ([], {"NO_COLOR": "1"}, False),
-                                               ([], {"TERM": "dumb"}, False), (["--color=never"], {}, False)]:
-            with self.subTest(options=options, environment=environment):
-                ours, theirs = os.openpty()
-                with subprocess.Popen([*COMMAND, *options, MARKED, ZIPPED], stdout=theirs, stderr=theirs,
-                                      env=os.environ | {"TERM": "xterm", "NO_COLOR": ""} | environment) as running:
-                    os.close(theirs)
-                    shown = b""
-                    while b"100" not in shown.split(b"messages")[-1]:
-                        shown += os.read(ours, 4096)
-                os.close(ours)
-                self.assertEqual((running.returncode, b"\x1b[" in shown), (0, expected))
+        ours, theirs = os.openpty()
+        for environment, expected in [({}, True), ({"NO_COLOR": "1"}, False)]:
+            subprocess.run([*COMMAND, MARKED], stdout=theirs, check=True,
+                           env=os.environ | {"TERM": "xterm", "NO_COLOR": ""} | environment)
+            self.assertEqual(b"\x1b[" in os.read(ours, 4096), expected)
 
 
 if __name__ == "__main__":

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-#include <set>
-
 namespace brimwarden::analysis {
 namespace {
 
@@ -32,39 +28,6 @@ TEST(normalise_text, blanks_and_lower_cases_unit_by_unit) {
         auto text = c.text;
         normalise_text(text);
         EXPECT_EQ(text, c.normalised);
-    }
-}
-
-// Texts with ASCII in long stretches, in which whole blocks are looked at, against the same unit by unit.
-TEST(tokenise, agrees_with_one_unit_at_a_time) {
-    std::mt19937 random(3);
-    for (int round = 0; round < 400; ++round) {
-        wstring text(random() % 300, u' ');
-        for (auto& unit : text)
-            unit = static_cast<char16_t>(random() % (random() % 60 == 0 ? 0x10000 : 0x80));
-        wstring normalised;
-        for (const auto unit : text) {
-            wstring one(1, unit);
-            normalise_text(one);
-            normalised += one;
-        }
-        normalise_text(text);
-        ASSERT_EQ(text, normalised);
-        for (const auto mode : {word_mode, dot_mode}) {
-            std::vector<wstring> expected(1);
-            for (const auto unit : text) {
-                token_list one;
-                tokenise({&unit, 1}, one, mode);
-                if (!one.empty())
-                    expected.back() += unit;
-                else if (!expected.back().empty())
-                    expected.emplace_back();
-            }
-            if (expected.back().empty()) expected.pop_back();
-            token_list tokens;
-            tokenise(text, tokens, mode);
-            ASSERT_EQ(owned(tokens), expected);
-        }
     }
 }
 
@@ -103,72 +66,6 @@ TEST(tokenise, cuts_at_white_space_and_delimiters) {
         tokenise(c.text, tokens, c.mode);
         EXPECT_EQ(owned(tokens), c.tokens);
     }
-}
-
-wstring letters(const folded_token_list& folded, std::size_t index) {
-    wstring text;
-    folded.append_letters(index, text);
-    EXPECT_EQ(folded.length(index), text.size());
-    return text;
-}
-
-TEST(fold_tokens, keeps_the_set_of_letters) {
-    const struct {
-        const char* label;
-        wstring token, folded;
-    } cases[] = {
-        {"order and repetition", u"lottery", u"eiorty"},
-        {"look-alikes", u"|l1$\u20AC304785", u"5abeiost"},
-        {"a spammed word", u"c4s1n0", u"acinos"},
-        {"and the plain one", u"casino", u"acinos"},
-        {"capitals are other letters", u"aAlL", u"ALai"},
-        {"all halves of the low letters", u"z_@?!~\x01", u"\x01!?@_z~"},
-        {"other scripts stand behind", u"\u0436a\u0431\u0436\u00E9", u"a\u00E9\u0431\u0436"},
-        {"surrogates are torn apart", u"\xD83D\xDE00\xD83C\xDFB0", u"\xD83C\xD83D\xDE00\xDFB0"},
-    };
-    folded_token_list folded;
-    for (const auto& c : cases)
-        fold_tokens({c.token}, folded);
-    ASSERT_EQ(folded.size(), std::size(cases));
-    for (std::size_t i = 0; i < folded.size(); ++i)
-        EXPECT_EQ(letters(folded, i), cases[i].folded) << cases[i].label;
-    EXPECT_EQ(folded.numbers(), (std::vector<std::uint32_t>{0, 1, 2, 2, 3, 4, 5, 6}));
-    folded.clear();
-    fold_tokens({u"new", u"wen"}, folded);
-    EXPECT_EQ(folded.numbers(), (std::vector<std::uint32_t>{0, 0}));
-}
-
-// Many words, long and short, of few and of many scripts, against sets made one by one.
-TEST(fold_tokens, agrees_with_a_set_for_each_token) {
-    std::mt19937 random(2);
-    std::vector<wstring> words;
-    for (int i = 0; i < 4000; ++i) {
-        auto& word = words.emplace_back();
-        const auto range = i % 3 == 0 ? 26 : i % 3 == 1 ? 0x60 : 0xFFFF;
-        for (auto size = 1 + random() % (i % 100 == 0 ? 300 : 4); size != 0; --size)
-            word += static_cast<char16_t>((i % 3 == 1 ? 0x400 : 'a') + random() % range);
-    }
-    folded_token_list folded;
-    fold_tokens(token_list(std::vector<tackle::wstring_view>(words.begin(), words.end())), folded);
-    std::vector<wstring> known;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        std::set<char16_t> set;
-        for (auto unit : words[i]) {
-            constexpr tackle::wstring_view from = u"|l1$\u20AC304785", to = u"iiiseeoatb5";
-            const auto at = from.find(unit);
-            set.insert(at == from.npos ? unit : to[at]);
-        }
-        const wstring expected(set.begin(), set.end());
-        ASSERT_EQ(letters(folded, i), expected);
-        const auto number = folded.numbers()[i];
-        ASSERT_LE(number, known.size()) << "numbers count up";
-        if (number == known.size()) {
-            ASSERT_EQ(std::ranges::find(known, expected), known.end());
-            known.push_back(expected);
-        }
-        ASSERT_EQ(known[number], expected);
-    }
-    EXPECT_EQ(folded.word_count(), known.size());
 }
 
 TEST(check_address_customization, finds_the_names_of_recipients) {
