@@ -17,6 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         EXPECT(rendered.size() <= 8 * size + 64 * 1024);
         const part again{string_view(rendered)};
         static_cast<void>(again.render());
+        static_cast<void>(part::from_rendered(rendered).render());
     } catch (const internet::message2::depth_limit&) {
     } catch (const unicode::generic&) {
     } catch (const coding::translate::generic&) {

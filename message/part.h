@@ -130,6 +130,9 @@ public:
     void render(std::vector<string>& lines) const;
     // The same lines as one text, each followed by CR LF.
     [[nodiscard]] string render_text() const;
+    // Loads what render_text has written, as a server does with a report, and takes the empty lines back that rendering
+    // has added: all data is what it was, save for CR or LF that stood in it alone. Loads any other text as well.
+    [[nodiscard]] static part from_rendered(string_view text);
     // Writes that text to a file, over whatever stands there. Throws load_failed, "file cannot be created", although
     // this is no loading, and save_failed, "write failed"; the part itself stays as it is.
     void save(wstring_view path) const;

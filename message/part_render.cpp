@@ -177,6 +177,22 @@ string part::render_text() const {
     return text;
 }
 
+// A body has one line more than it had, unless it is in base64. One at the end of the text has two, as the end of the
+// text's last line begins another.
+part part::from_rendered(string_view text) {
+    constexpr string_view line_end = "\r\n";
+    if (text.ends_with(line_end)) text.remove_suffix(line_end.size());
+    part root(text);
+    std::vector<part*> parts;
+    root.find_parts(parts, false, {});
+    for (part* const each : parts) {
+        if (!each->data().ends_with(line_end) || each->transfer_encoding() == "base64") continue;
+        string& data = each->body().data;
+        data.resize(data.size() - line_end.size());
+    }
+    return root;
+}
+
 void part::save(wstring_view path) const {
     switch (platform::write_whole_file(path, render_text())) {
     case platform::file_result::ok:

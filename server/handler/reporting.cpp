@@ -109,7 +109,7 @@ void reporting::set_trust(reporter_id who, float trust) {
 }
 
 std::vector<statement> reporting::statements_in(const told& how, std::string_view message) const {
-    const tackle::internet::message2::part root(message);
+    const auto root = tackle::internet::message2::part::from_rendered(message);
     const auto now = clock_.now();
     const float base = how.weight * (how.by_person ? settings_.person_weight : settings_.machine_weight);
     std::vector<statement> all;

@@ -89,6 +89,19 @@ TEST(render, loads_again_to_the_same_tree) {
         }
 }
 
+TEST(render, loads_again_to_the_same_data) {
+    const string quoted = "content-transfer-encoding: quoted-printable\n\n";
+    for (const string& body :
+         {string("\n"), string("\n\n"), string("\nx"), string("\nx\n\n"), quoted + "x=", quoted + "=3Db\n=\n"}) {
+        const part alone(body);
+        EXPECT_EQ(part::from_rendered(alone.render_text()).data(), alone.data()) << body;
+        const part inside("content-type: multipart/x; boundary=b\n\n--b\n" + body + "\n--b\n" + body);
+        const part again = part::from_rendered(inside.render_text());
+        for (const std::size_t child : {0, 1})
+            EXPECT_EQ(again.children()[child]->data(), inside.children()[child]->data()) << body;
+    }
+}
+
 TEST(save, writes_a_file_that_loads_again) {
     const auto path = std::filesystem::temp_directory_path() / "brmx_render_test.eml";
     const wstring name = path.u16string();
