@@ -39,7 +39,7 @@ public:
     // A child is parsed only by a part less deep than this; the root has depth 0.
     static constexpr unsigned deepest = 64;
 
-    // A new part with the defaults of part_content, a Content-Type that says so, and quoted-printable as encoding.
+    // A new part of the type text/plain in iso-8859-1, a Content-Type that says so, and quoted-printable as encoding.
     part();
     // Parses a whole message. The bytes are not needed afterwards.
     explicit part(string_view message);
