@@ -47,10 +47,10 @@ void render_quoted_printable(string_view data, const line_sink& sink) {
     }
 }
 
-// Writes at most 8 times the message and 64 KiB. Each byte of the message makes room for 8. What is written for it as it
-// stands needs no more than that; what a field grows by when it is rebuilt, and the fields that the loader has made, are
-// written while there is room. Otherwise many short fields could each name one long boundary, and many short files each
-// get a header.
+// Writes at most 8 times the message and 64 KiB. Each byte of the message earns room for 8. What is written for a part as
+// it stands needs less than the part has earned, and is paid before anything else of it; what a field grows by when it
+// is rebuilt, and the fields that the loader has made, are written while there is room. Otherwise many short fields could
+// each name one long boundary, and many short files each get a header.
 template <typename line_sink>
 class renderer {
 public:
@@ -58,26 +58,41 @@ public:
 
     // `made` if the loader has made the part of a uuencoded text, and its fields.
     void render(const part& node, bool made) {
+        pay(node, made);
         for (const header_field field : node.headers())
-            render_field(node, field, made || (is_type(field) && field.value.empty()));
-        write({});
+            render_field(node, field, made);
+        sink_({});
         if (!node.data().empty()) render_body(node);
         if (node.children().empty()) return;
-        if (!node.content_type().starts_with("multipart/")) {
+        if (!is_multipart(node)) {
             render(*node.children().front(), false); // an attached message; there is no way to write another one
             return;
         }
         const string delimiter = string("--").append(node.boundary());
         for (const auto& child : node.children()) {
-            const bool child_made = make_room_for_child(node, *child);
-            write(delimiter);
+            const bool child_made = pay_delimiter(node, *child);
+            sink_(delimiter);
             render(*child, child_made);
         }
-        write(delimiter + "--");
+        sink_(delimiter + "--");
     }
 
 private:
     static constexpr std::ptrdiff_t room_for_byte = 8;
+    static constexpr std::size_t line_end = 2; // CR LF
+    static constexpr std::size_t dashes = 2;
+
+    static bool is_type(const header_field& field) { return iequals(field.name, "Content-Type"); }
+    static bool is_multipart(const part& node) { return node.content_type().starts_with("multipart/"); }
+    static bool is_converted(const part& node) { return node.boundary() == tree_loader::uuencoded_boundary; }
+    // As it stands.
+    static std::size_t line_size(const header_field& field) {
+        return field.name.size() + string_view(": ").size() + field.value.size() + line_end;
+    }
+    // The loader adds an empty Content-Type where there is none.
+    static bool is_made(const header_field& field, bool part_made) {
+        return part_made || (is_type(field) && field.value.empty());
+    }
 
     // As a part of the loader's own.
     [[nodiscard]] bool begins_as_new(const part& node) const {
@@ -88,67 +103,81 @@ private:
         return true;
     }
 
-    static bool is_type(const header_field& field) { return iequals(field.name, "Content-Type"); }
+    // At least so many bytes of the message, at most so many bytes of its rendering.
+    void earn(std::size_t bytes) { room_ += room_for_byte * static_cast<std::ptrdiff_t>(bytes); }
+    void spend(std::size_t bytes) { room_ -= static_cast<std::ptrdiff_t>(bytes); }
 
-    void make_room(std::size_t bytes) { room_ += room_for_byte * static_cast<std::ptrdiff_t>(bytes); }
-    [[nodiscard]] bool has_room(std::size_t bytes) const { return static_cast<std::ptrdiff_t>(bytes) <= room_; }
-
-    void write(string_view line) {
-        room_ -= static_cast<std::ptrdiff_t>(line.size() + 2);
-        sink_(line);
+    void pay(const part& node, bool made) {
+        for (const header_field field : node.headers()) {
+            if (is_made(field, made)) continue;
+            earn(field.name.size() + field.value.size() + 1);
+            spend(line_size(field));
+        }
+        spend(line_end);
+        if (const std::size_t bytes = node.data().size(); bytes != 0) {
+            earn(bytes / 2 + 1);       // a line end of two bytes may have been one, and one has ended the headers
+            spend(bytes * 19 / 6 + 8); // quoted-printable, where each byte is an escape and each 60th begins a line
+        }
+        if (node.children().empty() || !is_multipart(node)) return;
+        const std::size_t delimiter = dashes + node.boundary().size() + line_end;
+        spend(delimiter + dashes);
+        if (is_converted(node)) spend(delimiter); // of the text around the files
     }
 
     // For the least that the message has for a child. True if the loader has made it.
-    bool make_room_for_child(const part& node, const part& child) {
-        const bool is_converted = node.boundary() == tree_loader::uuencoded_boundary;
-        if (is_converted && begins_as_new(child)) {
-            const bool is_file = child.headers().size() > new_part_.headers().size(); // or the text around the files
-            if (is_file) make_room(string_view("begin  \nend").size());
-            return true;
+    bool pay_delimiter(const part& node, const part& child) {
+        const bool made = is_converted(node) && begins_as_new(child);
+        if (made && child.headers().size() == new_part_.headers().size()) return true; // the text around the files
+        if (made) {
+            earn(string_view("begin  \nend").size());
+        } else {
+            earn(string_view("--\n").size() + (is_converted(node) ? 1 : node.boundary().size()));
         }
-        make_room(string_view("--\n").size() + (is_converted ? 1 : node.boundary().size()));
-        return false;
+        spend(dashes + node.boundary().size() + line_end);
+        return made;
     }
 
-    void render_field(const part& node, const header_field& field, bool made) {
-        if (!made) make_room(field.name.size() + field.value.size() + 1);
-        string line(field.name);
-        line += ": ";
-        const auto rebuilt = is_type(field) ? rebuild_type(node, field.value, line.size() + 2) : std::nullopt;
+    void render_field(const part& node, const header_field& field, bool part_made) {
+        const bool made = is_made(field, part_made);
+        const auto paid = static_cast<std::ptrdiff_t>(made ? 0 : line_size(field));
+        string line = string(field.name) + ": ";
+        const auto rebuilt =
+            is_type(field) ? rebuild_type(node, field.value, room_ + paid, line.size() + line_end) : std::nullopt;
         line += rebuilt ? string_view(*rebuilt) : field.value;
-        if (!made || has_room(line.size() + 2)) write(line);
+        const auto more = static_cast<std::ptrdiff_t>(line.size() + line_end) - paid;
+        if (made && more > room_) return;
+        room_ -= more;
+        sink_(line);
     }
 
     // Nullopt if there is no room; what was tried in vain counts as written, or each field could try it again.
-    std::optional<string> rebuild_type(const part& node, string_view raw, std::size_t around) {
+    std::optional<string> rebuild_type(const part& node, string_view raw, std::ptrdiff_t room, std::size_t around) {
         header_type::content_type_model model = {node.content_type(), {}, node.boundary()};
         if (node.content_type().starts_with("text/")) model.charset = node.charset();
         const std::size_t least = model.type.size() + model.charset.size() + model.boundary.size();
-        if (!has_room(around + least)) return std::nullopt;
-        auto rebuilt = header_type::rebuild_content_type(raw, model, static_cast<std::size_t>(room_) - around);
-        if (!rebuilt || rebuilt->size() < least) room_ -= static_cast<std::ptrdiff_t>(least);
+        if (room < static_cast<std::ptrdiff_t>(around + least)) return std::nullopt;
+        auto rebuilt = header_type::rebuild_content_type(raw, model, static_cast<std::size_t>(room) - around);
+        if (!rebuilt || rebuilt->size() < least) spend(least);
         return rebuilt;
     }
 
     void render_body(const part& node) {
-        make_room(node.data().size() / 2); // a line end of two bytes may have been one
         const string encoding = node.transfer_encoding();
-        const auto sink = [this](string_view line) { write(line); };
         if (encoding == "base64") {
-            render_base64(node.data(), sink);
+            render_base64(node.data(), sink_);
         } else if (encoding == "quoted-printable") {
-            render_quoted_printable(node.data(), sink);
+            render_quoted_printable(node.data(), sink_);
         } else {
             line_scanner lines(node.data());
             string_view line;
             while (lines.next(line))
-                write(line);
+                sink_(line);
         }
     }
 
     const line_sink& sink_;
     const part new_part_;
-    std::ptrdiff_t room_ = 64 * 1024;
+    std::ptrdiff_t room_ = 64 * 1024 - room_for_byte; // the last line of the message may have no end
 };
 
 template <typename line_sink>
