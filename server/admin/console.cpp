@@ -128,6 +128,8 @@ json console::execute(const std::string& who, const json& request, std::string_v
         return answer;
     } catch (const refused& error) {
         return {{"error", error.what()}};
+    } catch (const handler::mark_refused& error) {
+        return {{"error", error.what()}};
     } catch (const store::failure& error) {
         return {{"error", error.what()}};
     } catch (const json::exception&) {
@@ -245,6 +247,7 @@ json console::explain(const json&, std::string_view message) {
                     {"rule", found.result.rule},
                     {"reporters", found.known.reporters},
                     {"revokers", found.known.revokers},
+                    {"trust", found.known.said},
                     {"reports", found.known.reports},
                     {"revokes", found.known.revokes},
                     {"width", found.known.width}};
@@ -274,7 +277,7 @@ json console::teach(const json& request, std::string_view message) {
     const bool wanted = request.at("wanted").get<bool>();
     const auto& rules = served_.chosen.settings.rules;
     const float proof = rules.threshold * std::max({rules.link, rules.host, rules.address, rules.below_wide, 1.0F});
-    served_.reporting.take({handler::reporting::operator_id, wanted, true, proof}, message);
+    served_.reporting.take({handler::reporting::operator_id, wanted, true, proof, false}, message);
     return json::object();
 }
 
@@ -287,13 +290,10 @@ json console::mark(const json& request, std::string_view) {
                         : how == "white" ? judgement::mark::white
                         : how == "none"  ? judgement::mark::none
                                          : throw refused("a mark is ignore, black, white or none");
-    if (marked == judgement::mark::white && type != "hsi" && !request.value("force", false))
-        throw refused("white on a link, a text or a file declares every message clean that carries it, spam included; "
-                      "use --force if that is meant");
     const auto wire =
         analysis::community::to_wire({tackle::unicode::to_wide(type, 65001), tackle::unicode::to_wide(value, 65001)});
     const auto id = knowledge::identify(served_.identity_key, wire.code, wire.value);
-    served_.reporting.set_mark(id, wire.code, marked);
+    served_.reporting.set_mark(id, wire.code, marked, request.value("force", false));
     return {{"identity", id}};
 }
 

@@ -128,8 +128,12 @@ void read_judgement(section part, handler::settings& out) {
     part.read("threshold", out.rules.threshold, 0.1F, largest);
     part.read("link", out.rules.link, 0.1F, largest);
     part.read("host", out.rules.host, 0.1F, largest);
+    part.read("domain", out.rules.domain, 0.1F, largest);
+    part.read("strangers", out.rules.strangers, 0.1F, largest);
     part.read("address", out.rules.address, 0.1F, largest);
     part.read("below_wide", out.rules.below_wide, 0.1F, largest);
+    part.read("cold", out.rules.cold, 1, largest);
+    part.read("stale", out.rules.stale, 0, 1);
     part.read("revoke", out.rules.revoke, 0, largest);
     part.read("wide_margin", out.rules.wide_margin, 1, 500);
     part.read("wide_ratio", out.rules.wide_ratio, 1, largest);

@@ -67,7 +67,7 @@ finding questions::judge_link(const wire_signature& asked, used_identities& used
         known.push_back({look_up(ids.back(), asked.code, records[known.size()]), part.has_path});
     }
     const bool bulk = analysis::is_bulk_uri(tackle::unicode::to_wide(asked.value, 65001));
-    const auto judged = judgement::judge_link(known, bulk, settings_.rules);
+    const auto judged = judgement::judge_link(known, bulk, judgement::warmth(table_.questions()), settings_.rules);
     finding found{judged.result, known[judged.beginning].known, {}, {}};
     std::size_t answered = judged.beginning;
     found.matched = parts[answered].text;
@@ -101,6 +101,7 @@ std::vector<finding> questions::answer(const std::vector<wire_signature>& asked)
 }
 
 void questions::note(const std::vector<wire_signature>& asked, std::uint32_t mailbox) {
+    table_.count_question();
     const std::uint64_t hash = knowledge::mailbox_hash(key_, mailbox);
     for (const auto& one : asked) {
         if (one.code != signature_code::link) {

@@ -4,6 +4,7 @@
 #include "server/handler/extraction.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 
 namespace brimwarden::server::handler {
@@ -13,12 +14,14 @@ using knowledge::identity;
 using store::message_state;
 using store::reporter_id;
 using store::statement;
+using tackle::internet::message2::part;
 
 namespace {
 
 // More would only say more often what these say; and one signature may have a hundred thousand.
 constexpr std::size_t most_looked_at = 32;
 constexpr std::uint32_t few_reporters = 2; // so few may have been wrong together
+constexpr std::string_view questions_name = "questions by members";
 
 void add(float& sum, float value) { sum = std::max(0.0F, sum + value); }
 
@@ -53,6 +56,8 @@ void reporting::load() {
     });
     store_.load_statements(
         [this](const store::statement_by& one) { count(one.said, one.reporter, true, one.said.at); });
+    if (const auto asked = store_.value(questions_name))
+        table_.restore_questions(std::strtoull(asked->c_str(), nullptr, 10));
     (void)table_.take_changed(); // the store has all of it
 }
 
@@ -83,8 +88,12 @@ void reporting::count(const statement& said, reporter_id who, bool in, std::int6
         float& sum = said.wanted ? record.revokes : record.reports;
         std::uint32_t& people = said.wanted ? record.revokers : record.reporters;
         add(sum, in ? value : -value);
+        if (!said.wanted) add(record.said, (in ? 1.0F : -1.0F) * said.weight * trust_of(who));
         people = in ? people + 1 : people - (people > 0 ? 1 : 0);
-        if (people == 0) sum = 0;
+        if (people == 0) {
+            sum = 0;
+            if (!said.wanted) record.said = 0;
+        }
         if (!in) return;
         record.as_of = std::max(record.as_of, static_cast<std::uint32_t>(now));
         record.whole = record.whole || (said.whole && !said.wanted);
@@ -104,12 +113,13 @@ void reporting::set_trust(reporter_id who, float trust) {
             record.fade(now, settings_.half_life(said.kind));
             const float unit = strength(said, who, std::max<std::int64_t>(now, record.as_of)) / before;
             add(said.wanted ? record.revokes : record.reports, unit * (trust - before));
+            if (!said.wanted) add(record.said, said.weight * (trust - before));
         });
     changed.trust = trust;
 }
 
 std::vector<statement> reporting::statements_in(const told& how, std::string_view message) const {
-    const auto root = tackle::internet::message2::part::from_rendered(message);
+    const auto root = how.rendered ? part::from_rendered(message) : part(message);
     const auto now = clock_.now();
     const float base = how.weight * (how.by_person ? settings_.person_weight : settings_.machine_weight);
     std::vector<statement> all;
@@ -128,8 +138,8 @@ std::vector<statement> reporting::statements_in(const told& how, std::string_vie
             add_one(signature.value, true);
             continue;
         }
-        for (const auto& part : beginnings_of(signature.value))
-            add_one(part.text, part.text.size() == signature.value.size());
+        for (const auto& one : beginnings_of(signature.value))
+            add_one(one.text, one.text.size() == signature.value.size());
     }
     return all;
 }
@@ -270,7 +280,10 @@ void reporting::forget(reporter_id who) {
     reporters_.erase(who);
 }
 
-void reporting::set_mark(identity signature, signature_code kind, judgement::mark marked) {
+void reporting::set_mark(identity signature, signature_code kind, judgement::mark marked, bool force) {
+    if (marked == judgement::mark::white && kind != signature_code::address && !force)
+        throw mark_refused("white on a link, a text or a file declares every message clean that carries it, spam "
+                           "included; use --force if that is meant");
     const std::lock_guard lock(writer_);
     store::signature_row row;
     if (const auto record = table_.find(signature))
@@ -301,9 +314,13 @@ void reporting::flush() {
                             record->first,
                             record->touches,
                             {record->seen.word(0), record->seen.word(1)}});
-    if (rows.empty()) return;
+    const std::string asked = std::to_string(table_.questions());
     const std::lock_guard lock(writer_);
-    store_.save_signatures(rows);
+    if (asked != saved_questions_) {
+        store_.set_value(questions_name, asked);
+        saved_questions_ = asked;
+    }
+    if (!rows.empty()) store_.save_signatures(rows);
 }
 
 std::vector<store::reporter> reporting::reporters() const {

@@ -9,9 +9,17 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace brimwarden::server::handler {
+
+// Raised for a mark that needs to be forced; the text says why.
+class mark_refused : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 // Takes reports and revokes: reads the message, writes what it says to the store, and then lets the table know. Any
 // thread; messages are read side by side, and what they say is written one after the other.
@@ -26,6 +34,7 @@ public:
         bool wanted = false;    // a revoke
         bool by_person = false; // flag 1
         float weight = 1;       // an operator's word weighs more
+        bool rendered = true;   // by a client; false for a message as it was sent
     };
     // Returns when the statement is durable. Told twice it is a success that changes nothing. Throws store::failure,
     // and what the message's loader throws for a message that it refuses: nothing has been changed then.
@@ -33,8 +42,9 @@ public:
 
     // Undoes everything that a reporter ever said.
     void forget(store::reporter_id who);
-    // Sets an operator's mark.
-    void set_mark(knowledge::identity signature, judgement::signature_code kind, judgement::mark marked);
+    // Sets an operator's mark. Throws mark_refused for white on anything but an address, unless `force`: a link, a text
+    // or a file can be put into any message, and white then declares that message clean, whatever else is in it.
+    void set_mark(knowledge::identity signature, judgement::signature_code kind, judgement::mark marked, bool force);
 
     // Writes what may be written late: widths and touches. From a timer and at the end.
     void flush();
@@ -72,6 +82,7 @@ private:
     const server_clock& clock_;
     mutable std::mutex writer_; // guards the store and the reporters
     std::map<store::reporter_id, store::reporter> reporters_;
+    std::string saved_questions_;
 };
 
 } // namespace brimwarden::server::handler

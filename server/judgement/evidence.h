@@ -21,6 +21,7 @@ struct evidence {
     std::uint32_t width = 0; // distinct mailboxes that have asked about it or reported it; an estimate when large
     bool whole = false;      // of a link: reported with just this value, not only with something longer
     mark marked = mark::none;
+    float said = 0; // as `reports`, but not faded by age
 };
 
 } // namespace brimwarden::server::judgement

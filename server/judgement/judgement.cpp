@@ -24,8 +24,10 @@ judged by_hand(mark marked) {
 }
 
 bool proven(const evidence& known, float needed, const settings& rules) {
-    constexpr float rounding = 1e-3F; // trust fades a little within the first hour
-    return known.reports - rules.revoke * known.revokes >= needed * rules.threshold * (1 - rounding) - rounding;
+    constexpr float rounding = 1e-3F; // of sums of floats
+    const float enough = needed * rules.threshold - rounding;
+    const float against = rules.revoke * known.revokes;
+    return known.said - against >= enough && known.reports - against >= enough * rules.stale;
 }
 
 float needed_for(signature_code kind, const settings& rules) {
@@ -55,26 +57,31 @@ judged judge(signature_code kind, const evidence& known, const settings& rules) 
 
 namespace {
 
-// What a beginning that is not wide takes to be proven.
-float needed_for(const beginning& one, bool is_last, bool below_wide, const settings& rules) {
-    if (below_wide) return rules.below_wide;
-    if (!one.has_path && !is_last && !one.known.whole) return rules.host;
-    return rules.link;
+// What a beginning takes to be proven that is not below a wide one.
+float needed_for(std::span<const beginning> beginnings, std::size_t which, float warm, const settings& rules) {
+    const beginning& one = beginnings[which];
+    const bool is_last = which + 1 == beginnings.size();
+    if (one.has_path) return rules.link;
+    const float cold = rules.cold + (1 - rules.cold) * warm;
+    if (is_last || one.known.whole) return rules.link * cold;
+    const float average = one.known.reporters == 0 ? 0 : one.known.said / static_cast<float>(one.known.reporters);
+    const float least = average < rules.host ? std::max(rules.strangers, rules.host) : rules.host;
+    return std::max(least, beginnings[which + 1].has_path ? 0.0F : rules.domain) * cold;
 }
 
-judged judge_beginning(const beginning& one, bool is_last, bool below_wide, const settings& rules) {
+judged judge_beginning(const beginning& one, float needed, const settings& rules) {
     const evidence& known = one.known;
     if (known.reporters == 0 && known.revokers == 0) return nothing;
     if (is_wanted(known, rules)) return {verdict::ignored, "revoked"};
     if (is_wide(known, rules)) return {verdict::ignored, "wide and wanted"};
     if (known.reporters == 0) return nothing;
-    if (!proven(known, needed_for(one, is_last, below_wide, rules), rules)) return weak;
+    if (!proven(known, needed, rules)) return weak;
     return {verdict::spam, "proven by reports"};
 }
 
 } // namespace
 
-judged_link judge_link(std::span<const beginning> beginnings, bool bulk, const settings& rules) {
+judged_link judge_link(std::span<const beginning> beginnings, bool bulk, float warm, const settings& rules) {
     const std::size_t last = beginnings.size() - 1;
     for (std::size_t i = beginnings.size(); i-- > 0;) // the longest mark says most about this link
         if (const mark marked = beginnings[i].known.marked; marked != mark::none) {
@@ -85,7 +92,8 @@ judged_link judge_link(std::span<const beginning> beginnings, bool bulk, const s
     judged_link best{nothing, last};
     bool below_wide = false;
     for (std::size_t i = bulk ? last : 0; i <= last; ++i) {
-        const judged one = judge_beginning(beginnings[i], i == last, below_wide, rules);
+        const float needed = below_wide ? rules.below_wide : needed_for(beginnings, i, warm, rules);
+        const judged one = judge_beginning(beginnings[i], needed, rules);
         if (one.answer == verdict::ignored) below_wide = true;
         if (one.answer != verdict::unknown || best.result.answer == verdict::unknown) best = {one, i};
     }

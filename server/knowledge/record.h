@@ -18,6 +18,7 @@ struct record {
     bool whole = false; // see judgement::evidence
     float reports = 0;  // both as of `as_of`
     float revokes = 0;
+    float said = 0;          // as `reports`, but not faded
     std::uint32_t as_of = 0; // in seconds, as the next
     std::uint32_t first = 0; // of the first report; 0 without one
     std::uint32_t reporters = 0;
@@ -37,7 +38,8 @@ struct record {
     [[nodiscard]] judgement::evidence evidence_at(seconds now, float half_life_hours) const {
         record faded = *this;
         faded.fade(now, half_life_hours);
-        return {faded.reports, faded.revokes, reporters, revokers, std::max(seen.estimate(), reporters), whole, marked};
+        return {faded.reports, faded.revokes, reporters, revokers, std::max(seen.estimate(), reporters),
+                whole,         marked,        said};
     }
     [[nodiscard]] bool has_evidence() const { return reporters + revokers != 0 || marked != judgement::mark::none; }
 };

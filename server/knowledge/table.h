@@ -4,6 +4,7 @@
 #include "server/knowledge/record.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -36,6 +37,11 @@ public:
 
     [[nodiscard]] std::size_t size() const;
 
+    // How often members have asked, for all they asked about: what a server has seen of its members' mail.
+    void count_question() noexcept { questions_.fetch_add(1, std::memory_order_relaxed); }
+    [[nodiscard]] std::uint64_t questions() const noexcept { return questions_.load(std::memory_order_relaxed); }
+    void restore_questions(std::uint64_t before) noexcept { questions_ = before; }
+
 private:
     static constexpr std::size_t part_count = 64;
     struct part {
@@ -51,6 +57,7 @@ private:
     static void drop_one(part& crowded);
 
     std::size_t most_unproven_; // in one part
+    std::atomic<std::uint64_t> questions_{0};
     std::array<part, part_count> parts_;
 };
 

@@ -9,7 +9,13 @@ namespace {
 constexpr settings rules; // the defaults: a change of them has to be meant
 
 evidence seen_by(std::uint32_t reporters, std::uint32_t width, float trust = 1, float revokes = 0) {
-    return {static_cast<float>(reporters) * trust, revokes, reporters, revokes > 0 ? 1U : 0U, width, false, mark::none};
+    const float said = static_cast<float>(reporters) * trust;
+    return {said, revokes, reporters, revokes > 0 ? 1U : 0U, width, false, mark::none, said};
+}
+
+evidence aged(evidence known, float left) {
+    known.reports *= left;
+    return known;
 }
 
 evidence marked(mark how) {
@@ -29,6 +35,8 @@ const plain_case plain_cases[] = {
     {"never seen", signature_code::blocks, {}, verdict::unknown},
     {"asked about by many, reported by nobody", signature_code::blocks, seen_by(0, 90), verdict::unknown},
     {"one new reporter proves a text", signature_code::blocks, seen_by(1, 1), verdict::spam},
+    {"for one half-life", signature_code::blocks, aged(seen_by(1, 1), 0.51F), verdict::spam},
+    {"and no longer", signature_code::blocks, aged(seen_by(1, 1), 0.49F), verdict::unknown},
     {"a reporter who was contradicted does not", signature_code::blocks, seen_by(1, 1, 0.25F), verdict::unknown},
     {"four of those do", signature_code::blocks, seen_by(4, 4, 0.25F), verdict::spam},
     {"one reporter does not prove an address", signature_code::address, seen_by(1, 1, 1.5F), verdict::unknown},
@@ -72,6 +80,12 @@ const link_case link_cases[] = {
      false,
      verdict::spam,
      0},
+    {"a host by one reporter of full trust",
+     {{seen_by(1, 1, 2), false}, {seen_by(1, 1, 2), false}, {{}, true}},
+     false,
+     verdict::spam,
+     1},
+    {"not by two strangers", {{{}, false}, {seen_by(2, 2, 1.1F), false}, {{}, true}}, false, verdict::unknown, 2},
     {"a page below a wide host needs many reports",
      {{shared, false}, {shared, false}, {seen_by(1, 1, 2), true}},
      false,
@@ -98,10 +112,13 @@ const link_case link_cases[] = {
 TEST(judge_link, condemns_no_more_than_the_evidence_covers) {
     for (const auto& c : link_cases) {
         SCOPED_TRACE(c.label);
-        const auto found = judge_link(c.beginnings, c.bulk, rules);
+        const auto found = judge_link(c.beginnings, c.bulk, 1, rules);
         EXPECT_EQ(found.result.answer, c.expected) << found.result.rule;
         EXPECT_EQ(found.beginning, c.about);
     }
+    const beginning twice[] = {{seen_by(2, 2, 2), false}, {{}, true}};
+    EXPECT_EQ(judge_link(twice, false, 0, rules).result.answer, verdict::unknown)
+        << "an empty server knows no wide host";
 }
 
 TEST(trust, grows_slowly_and_falls_fast) {
